@@ -1,0 +1,39 @@
+#pragma once
+
+#include "core/AppState.h"
+
+#include <array>
+#include <string>
+
+namespace k470 {
+
+/// A standard band, MHz.
+struct Band {
+    double low;
+    double high;
+};
+
+/// The standard bands by position in the band list; the position behind them is the custom band.
+inline constexpr std::array<Band, 4> StandardBands{{{136, 174}, {200, 260}, {350, 390}, {400, 480}}};
+inline constexpr std::uint8_t CustomBand = StandardBands.size();
+inline constexpr std::size_t BandPositions = StandardBands.size() + 1;
+
+/// The text of a position of the band list.
+std::string BandText(std::size_t position, Language language);
+
+/// The position of the standard band whose limits are exactly these, CustomBand when none is.
+std::uint8_t FindBand(double low, double high);
+
+/// Writes the band limits of the state into the image as four packed decimal digits, rounded to 0.1 MHz. A
+/// limit outside 0 to 999.9 MHz leaves its bytes as they are.
+void StoreBandLimits(AppState &state);
+
+/// Sets the band limits of the state from the image. Bytes that are not packed decimal read as far as they
+/// are.
+void LoadBandLimits(AppState &state);
+
+/// Makes another band the band in force: limits, list position, image; erases the channels.
+/// @param position position in the band list; previousBand becomes it
+void ChangeBand(AppState &state, std::uint8_t position, Band limits);
+
+} // namespace k470

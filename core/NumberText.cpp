@@ -1,0 +1,97 @@
+#include "core/NumberText.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+
+namespace k470 {
+
+namespace {
+
+constexpr int SignificantDigits = 15;
+
+std::string_view WithoutLeadingBlanks(std::string_view text) {
+    const auto first = text.find_first_not_of(" \t");
+    return first == std::string_view::npos ? std::string_view() : text.substr(first);
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+double HexPrefix(std::string_view digits) {
+    std::uint64_t value = 0;
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+    return result.ec == std::errc() ? static_cast<double>(value) : 0;
+}
+
+struct Parsed {
+    double value = 0;
+    std::size_t length = 0; ///< characters used, 0 when there is no number
+};
+
+/// Only what starts with a digit or a point may reach from_chars, which would also take "inf" and "nan".
+Parsed DecimalPrefix(std::string_view text) {
+    const bool negative = text.starts_with('-');
+    const std::size_t sign = negative || text.starts_with('+') ? 1 : 0;
+    const std::string_view digits = text.substr(sign);
+    if (digits.empty() || (!IsDigit(digits.front()) && digits.front() != '.'))
+        return {};
+    double value = 0;
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (result.ec == std::errc::invalid_argument)
+        return {};
+    if (result.ec == std::errc::result_out_of_range)
+        value = std::numeric_limits<double>::max();
+    return {negative ? -value : value, sign + static_cast<std::size_t>(result.ptr - digits.data())};
+}
+
+} // namespace
+
+double NumericPrefix(std::string_view text) {
+    text = WithoutLeadingBlanks(text);
+    if (text.starts_with("&h") || text.starts_with("&H"))
+        return HexPrefix(text.substr(2));
+    return DecimalPrefix(text).value;
+}
+
+std::optional<double> NumberWithComma(std::string_view text) {
+    std::string pointed(WithoutLeadingBlanks(text));
+    pointed.erase(pointed.find_last_not_of(" \t") + 1);
+    for (char &c : pointed) {
+        if (c == ',')
+            c = '.';
+    }
+    const Parsed parsed = DecimalPrefix(pointed);
+    if (parsed.length == 0 || parsed.length != pointed.size())
+        return std::nullopt;
+    return parsed.value;
+}
+
+double RoundHalfEven(double value) {
+    const double below = std::floor(value);
+    const double rest = value - below;
+    if (rest > 0.5 || (rest == 0.5 && std::fmod(below, 2.0) != 0))
+        return below + 1;
+    return below;
+}
+
+std::string ShortestDecimal(double value) {
+    std::array<char, 40> text{};
+    const auto result = std::to_chars(text.data(), text.data() + text.size(), value == 0 ? 0.0 : value,
+                                      std::chars_format::general, SignificantDigits);
+    return std::string(text.data(), result.ptr);
+}
+
+std::string FixedDecimals(double value, int decimals) {
+    const double scale = std::pow(10.0, decimals);
+    std::array<char, 340> text{};
+    const int length =
+        std::snprintf(text.data(), text.size(), "%.*f", decimals, RoundHalfEven(value * scale) / scale);
+    return std::string(text.data(), static_cast<std::size_t>(length));
+}
+
+} // namespace k470
