@@ -1,0 +1,339 @@
+#include "link/CloneSession.h"
+
+#include "core/Bands.h"
+#include "core/NumberText.h"
+#include "link/ComPorts.h"
+
+#include <algorithm>
+
+namespace k470 {
+
+namespace {
+
+constexpr TextPair PercentText{"Completion percentage", "完成进度"};
+
+/// Marks the time in which a message is open inside a handler.
+class BusyMark {
+public:
+    explicit BusyMark(bool &busy) : busy_(busy) { busy_ = true; }
+    ~BusyMark() { busy_ = false; }
+    BusyMark(const BusyMark &) = delete;
+    BusyMark &operator=(const BusyMark &) = delete;
+
+private:
+    bool &busy_;
+};
+
+} // namespace
+
+CloneSession::CloneSession(AppState &state, SerialPort &port, CloneTimers &timers, CloneView &view)
+    : state_(state), port_(port), timers_(timers), view_(view), startPort_(state.portNumber),
+      maximum_(Reading() ? Clone::ReadMaximum : Clone::WriteMaximum) {
+    if (!Reading())
+        chCount_ = static_cast<std::uint8_t>(state.gridRows - 1);
+    port_.OnReceived([this] { Received(); });
+}
+
+void CloneSession::TransferDatas() {
+    view_.ShowPercentLabel();
+    port_.Close();
+    port_.SetCommPort(state_.portNumber);
+    if (const auto failure = port_.Open()) {
+        outcome_ = Outcome::OpenFailed;
+        const BusyMark mark(busy_);
+        view_.ShowOpenFailure(*failure);
+        return;
+    }
+    port_.EmptyBuffers();
+    progress_ = 0;
+    view_.ShowProgress(progress_, maximum_);
+    StartFromHandshake();
+    timers_.EnableSend(true);
+    finished_ = false;
+    ignore_ = false;
+    outcome_ = Outcome::Running;
+}
+
+void CloneSession::StartFromHandshake() {
+    curStep_ = Clone::StepHandshake;
+    sentStep_ = Clone::NothingSent;
+    waitAck_ = true;
+    due_.reset();
+    stored_.reset();
+    echoed_.reset();
+}
+
+void CloneSession::SendTick() {
+    if (busy_ || sentStep_ == curStep_)
+        return;
+    timers_.EnableSend(false);
+    const CloneFrame frame = BuildFrame(curStep_, waitAck_, state_.cloneMode, state_.image);
+    port_.Output(frame.bytes);
+    port_.SetReplyLength(frame.replyLength);
+    timers_.EnableSend(true);
+    sentStep_ = curStep_;
+    timers_.SetOvertimeInterval(Clone::ReplyTimeout);
+    timers_.EnableOvertime(true);
+    if (curStep_ == Clone::EndStep)
+        Complete();
+}
+
+void CloneSession::Received() {
+    // While no frame is out for the step, what waits is the start of the next reply: it stays in the port.
+    if (ignore_ || busy_ || sentStep_ != curStep_)
+        return;
+    timers_.EnableOvertime(false);
+    const std::vector<std::uint8_t> reply = port_.Input();
+    if (waitAck_)
+        TakeAcknowledge(reply);
+    else
+        TakeData(reply);
+}
+
+void CloneSession::TakeAcknowledge(const std::vector<std::uint8_t> &reply) {
+    const bool good = reply.size() == Clone::AckLength && reply.front() == Clone::Ack;
+    if (!good && curStep_ == Clone::StepHandshake && strays_ < Clone::MaxStrays) {
+        timers_.EnableOvertime(true);
+        ++strays_;
+        return;
+    }
+    if (!good) {
+        BadReply();
+        return;
+    }
+    waitAck_ = false;
+    if (Reading())
+        AdvanceAfterReadAck();
+    else
+        AdvanceAfterWriteAck();
+    RaiseSentStep();
+}
+
+void CloneSession::AdvanceAfterReadAck() {
+    if (curStep_ == Clone::EndStep - 1)
+        waitAck_ = true;
+    ++curStep_;
+    if (curStep_ >= Clone::FirstLineStep && curStep_ <= Clone::LastLineStep)
+        due_.set(static_cast<std::size_t>(LineOfStep(curStep_)));
+}
+
+void CloneSession::AdvanceAfterWriteAck() {
+    constexpr int FirstCountedStep = 5;
+    if (curStep_ > Clone::StepHandshake)
+        waitAck_ = true;
+    if (curStep_ >= FirstCountedStep && curStep_ < Clone::EndStep)
+        Advance();
+    if (curStep_ == chCount_ + 1) {
+        const int skipped = MaxChannels + 1 - chCount_;
+        curStep_ += skipped;
+        ReduceMaximum(skipped);
+    } else {
+        ++curStep_;
+    }
+}
+
+void CloneSession::TakeData(const std::vector<std::uint8_t> &reply) {
+    if (curStep_ == Clone::StepIdentify) {
+        if (reply.size() != Clone::IdentLength) {
+            BadReply();
+            return;
+        }
+        if (Reading())
+            chCount_ = reply.back() > MaxChannels ? std::uint8_t{DefaultGridRows - 1} : reply.back();
+    } else if (Reading()) {
+        if (reply.size() != Clone::LineReplyLength) {
+            BadReply();
+            return;
+        }
+        StoreLine(reply);
+    }
+    waitAck_ = true;
+    RaiseSentStep();
+}
+
+void CloneSession::StoreLine(const std::vector<std::uint8_t> &reply) {
+    const int line = LineOfStep(curStep_);
+    std::copy(reply.begin() + Clone::HeaderLength, reply.end(), Line(state_.image, line).begin());
+
+    const auto at = static_cast<std::size_t>(line);
+    stored_.set(at);
+    echoed_.set(at, static_cast<std::size_t>(reply[1] * 256 + reply[2]) == at * LineSize);
+
+    if (curStep_ == chCount_ + 1) {
+        const int skipped = MaxChannels - chCount_;
+        curStep_ += skipped;
+        ReduceMaximum(skipped);
+    }
+    Advance();
+}
+
+void CloneSession::RaiseSentStep() {
+    if (curStep_ < Clone::EndStep)
+        sentStep_ = Clone::NothingSent;
+}
+
+void CloneSession::BadReply() {
+    ignore_ = true;
+    timers_.EnableSend(false);
+    timers_.SetOvertimeInterval(Clone::AtOnce);
+    timers_.EnableOvertime(true);
+}
+
+void CloneSession::OvertimeTick() {
+    if (busy_)
+        return;
+    timers_.EnableOvertime(false);
+    if (finished_)
+        view_.CloseWindow();
+    else if (retries_ < Clone::MaxRetries)
+        RepeatStep();
+    else if (curStep_ != Clone::StepHandshake || !SearchNextPort())
+        AskUser();
+}
+
+void CloneSession::RepeatStep() {
+    ++retries_;
+    ignore_ = false;
+    ResetProgress();
+    port_.EmptyBuffers();
+    sentStep_ = Clone::NothingSent;
+    waitAck_ = true;
+    timers_.EnableSend(true);
+}
+
+bool CloneSession::SearchNextPort() {
+    state_.comPortList = view_.EnumComPorts();
+    const bool anyPort = !state_.comPortList.empty() && !state_.comPortList.front().empty();
+    if (!anyPort || scanIndex_ >= state_.comPortList.size())
+        return false;
+    port_.Close();
+    if (const auto number = PortNumberFromName(state_.comPortList[scanIndex_]))
+        state_.portNumber = *number;
+    view_.ShowPortNumber();
+    TransferDatas();
+    ++scanIndex_;
+    return true;
+}
+
+void CloneSession::AskUser() {
+    // A port that cannot be opened again shows as silence after Retry.
+    if (!port_.IsOpen())
+        (void)port_.Open();
+    bool retry = false;
+    {
+        const BusyMark mark(busy_);
+        retry = view_.AskRetry();
+    }
+    ignore_ = false;
+    if (!retry) {
+        ignore_ = true;
+        if (curStep_ == Clone::StepHandshake)
+            RestorePort();
+        outcome_ = Outcome::Cancelled;
+        view_.CloseWindow();
+        return;
+    }
+    retries_ = 0;
+    // The skip of the unused channels comes again on the way, so the maximum starts anew too.
+    maximum_ = Reading() ? Clone::ReadMaximum : Clone::WriteMaximum;
+    ResetProgress();
+    port_.EmptyBuffers();
+    StartFromHandshake();
+    timers_.EnableSend(true);
+}
+
+void CloneSession::RestorePort() {
+    state_.portNumber = startPort_;
+    view_.ShowPortNumber();
+}
+
+void CloneSession::Complete() {
+    timers_.EnableSend(false);
+    timers_.EnableOvertime(false);
+    timers_.Pause(Clone::PauseBeforeClosing);
+    port_.Close();
+    outcome_ = Outcome::Completed;
+    {
+        const BusyMark mark(busy_);
+        view_.ShowCompleted();
+        if (Reading())
+            FinishRead();
+    }
+    finished_ = true;
+    timers_.SetOvertimeInterval(Clone::AtOnce);
+    timers_.EnableOvertime(true);
+}
+
+void CloneSession::FinishRead() {
+    LoadBandLimits(state_);
+    TakeGridRowsFromImage(state_);
+    view_.RefreshAfterRead();
+    const std::vector<int> missing = MissingLines();
+    if (!missing.empty())
+        view_.WarnMissingLines(missing);
+}
+
+std::vector<int> CloneSession::MissingLines() const {
+    std::bitset<LineCount> expected = due_;
+    const int count = state_.image[Address::ChannelCount];
+    for (int line = 0; line < LastSettingsLine + 1; ++line) {
+        const bool inUse = (count <= MaxChannels && line < count) || line >= FirstSettingsLine;
+        if (inUse)
+            expected.set(static_cast<std::size_t>(line));
+    }
+    const auto received = echoed_.any() ? stored_ & echoed_ : stored_;
+    std::vector<int> lines;
+    for (std::size_t line = 0; line < LineCount; ++line) {
+        if (expected[line] && !received[line])
+            lines.push_back(static_cast<int>(line));
+    }
+    return lines;
+}
+
+void CloneSession::Close() {
+    timers_.EnableSend(false);
+    timers_.EnableOvertime(false);
+    port_.OnReceived({});
+    port_.Close();
+    if (outcome_ == Outcome::Running)
+        outcome_ = Outcome::Cancelled;
+}
+
+void CloneSession::ResetProgress() {
+    progress_ = 0;
+    view_.ShowProgress(progress_, maximum_);
+    view_.SetPercentLabel(InitialProgressText(state_.language));
+}
+
+void CloneSession::Advance() {
+    // A write of fewer than three channels counts more steps than its reduced maximum: the bar stays full.
+    progress_ = std::min(progress_ + 1, maximum_);
+    view_.ShowProgress(progress_, maximum_);
+    view_.SetPercentLabel(ProgressText(progress_, maximum_, state_.language));
+}
+
+void CloneSession::ReduceMaximum(int by) {
+    maximum_ -= by;
+    progress_ = std::min(progress_, maximum_);
+    view_.ShowProgress(progress_, maximum_);
+}
+
+std::string InitialProgressText(Language language) {
+    return std::string(Pick(language, PercentText)) + ":  0%";
+}
+
+std::string ProgressText(int value, int maximum, Language language) {
+    const int percent = static_cast<int>(RoundHalfEven(value * 100.0 / maximum));
+    return std::string(Pick(language, PercentText)) + ": " + std::to_string(percent) + "%";
+}
+
+std::string MissingLinesText(const std::vector<int> &lines, Language language) {
+    constexpr TextPair Begin{"Lines ", "第 "};
+    constexpr TextPair End{" were not received. Read the radio again.", " 行未收到，请重新读取。"};
+    std::string text(Pick(language, Begin));
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        text += (i == 0 ? "" : ", ") + std::to_string(lines[i]);
+    return text + std::string(Pick(language, End));
+}
+
+} // namespace k470

@@ -1,0 +1,486 @@
+#include "link/QtComPorts.h"
+#include "link/QtSerialPort.h"
+
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fcntl.h>
+#include <grp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace k470 {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Kind = PortFailure::Kind;
+
+constexpr int PatienceMs = 10000;
+constexpr uid_t Nobody = 65534;
+
+/// Turns the event loop until the condition holds. @return whether it came to hold
+bool WaitFor(const std::function<bool()> &condition) {
+    const QDeadlineTimer limit(PatienceMs);
+    while (!condition()) {
+        if (limit.hasExpired())
+            return false;
+        QCoreApplication::processEvents();
+        QThread::usleep(100);
+    }
+    return true;
+}
+
+/// Turns the event loop until everything that is queued now has run.
+void RunQueued() {
+    bool reached = false;
+    QMetaObject::invokeMethod(
+        qApp, [&reached] { reached = true; }, Qt::QueuedConnection);
+    ASSERT_TRUE(WaitFor([&reached] { return reached; }));
+}
+
+/// @return whether the event loop comes to rest: a turn that finds nothing to do
+bool ComesToRest() {
+    return WaitFor(
+        [] { return !QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents); });
+}
+
+Bytes Count(int first, int count) {
+    Bytes bytes(static_cast<std::size_t>(count));
+    std::iota(bytes.begin(), bytes.end(), static_cast<std::uint8_t>(first));
+    return bytes;
+}
+
+/// The radio's side of a pseudo-terminal. It holds the terminal itself open too, so that bytes in flight
+/// outlive the adapter's closing.
+class Peer {
+public:
+    Peer() : master_(::posix_openpt(O_RDWR | O_NOCTTY)) {
+        ::grantpt(master_);
+        ::unlockpt(master_);
+        device = ::ptsname(master_);
+        terminal = ::open(device.c_str(), O_RDWR | O_NOCTTY);
+        termios settings{};
+        ::tcgetattr(terminal, &settings);
+        ::cfmakeraw(&settings);
+        ::tcsetattr(terminal, TCSANOW, &settings);
+    }
+    ~Peer() {
+        HangUp();
+        ::close(terminal);
+    }
+    Peer(const Peer &) = delete;
+    Peer &operator=(const Peer &) = delete;
+
+    void HangUp() {
+        if (master_ >= 0)
+            ::close(master_);
+        master_ = -1;
+    }
+
+    /// Sends bytes without turning the event loop; they wait in the kernel afterwards.
+    void Send(const Bytes &bytes) {
+        const std::size_t all = InKernel() + bytes.size();
+        ASSERT_EQ(::write(master_, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        const QDeadlineTimer limit(PatienceMs);
+        while (InKernel() < all)
+            ASSERT_FALSE(limit.hasExpired());
+    }
+
+    /// Sends bytes and turns the event loop until the adapter has taken them in and said so.
+    void Deliver(const Bytes &bytes) {
+        Send(bytes);
+        ASSERT_TRUE(WaitFor([this] { return InKernel() == 0; }));
+        RunQueued();
+    }
+
+    /// Sends more than the adapter holds and turns the event loop until it has found itself full.
+    void Fill(const Bytes &bytes) {
+        Send(bytes);
+        ASSERT_TRUE(WaitFor([&] { return InKernel() == bytes.size() - InBufferSize; }));
+        ASSERT_TRUE(ComesToRest()) << "a full buffer keeps the event loop busy";
+    }
+
+    /// @return how many bytes wait outside the adapter
+    std::size_t InKernel() const {
+        int waiting = 0;
+        ::ioctl(terminal, FIONREAD, &waiting);
+        return static_cast<std::size_t>(waiting);
+    }
+
+    /// @return exactly n bytes, fewer when no more come
+    Bytes Receive(std::size_t n) const {
+        Bytes bytes(n);
+        std::size_t got = 0;
+        pollfd state{.fd = master_, .events = POLLIN, .revents = 0};
+        while (got<n && ::poll(&state, 1, PatienceMs)> 0) {
+            const ssize_t count = ::read(master_, bytes.data() + got, n - got);
+            if (count <= 0)
+                break;
+            got += static_cast<std::size_t>(count);
+        }
+        bytes.resize(got);
+        return bytes;
+    }
+
+    std::string device;
+    int terminal = -1;
+
+private:
+    int master_;
+};
+
+/// An adapter on COM1, and what it raised.
+class SerialPortTest : public testing::Test {
+protected:
+    void SetUp() override {
+        table = {{1, peer->device, ""}};
+        port->SetCommPort(1);
+        port->OnReceived([this] { ++notifications; });
+        ASSERT_FALSE(port->Open());
+    }
+
+    std::unique_ptr<Peer> peer = std::make_unique<Peer>();
+    ComPortTable table;
+    std::unique_ptr<QtSerialPort> port = std::make_unique<QtSerialPort>([this] { return table; });
+    int notifications = 0;
+};
+
+TEST_F(SerialPortTest, OpensWithTheLineSettingsAndWithoutOldBytes) {
+    port->Close();
+    peer->Send(Count(0, 30));
+    port->SetReplyLength(1);
+    ASSERT_FALSE(port->Open());
+    termios settings{};
+    ::tcgetattr(peer->terminal, &settings);
+    EXPECT_EQ(::cfgetospeed(&settings), speed_t{B9600});
+    EXPECT_EQ(settings.c_cflag & (CSIZE | CSTOPB | PARENB | CRTSCTS), tcflag_t{CS8 | CSTOPB});
+    EXPECT_EQ(settings.c_iflag & (IXON | IXOFF), tcflag_t{0});
+    peer->Deliver({7});
+    EXPECT_EQ(notifications, 1);
+    EXPECT_EQ(port->Input(), Bytes{7});
+}
+
+TEST_F(SerialPortTest, NotifiesOnceWhenTheWholeReplyWaits) {
+    port->SetReplyLength(20);
+    peer->Deliver(Count(0, 19));
+    EXPECT_EQ(notifications, 0);
+    peer->Deliver({19});
+    EXPECT_EQ(notifications, 1);
+    EXPECT_EQ(port->Input(), Count(0, 20));
+    EXPECT_EQ(port->Input(), Bytes{});
+    RunQueued();
+    EXPECT_EQ(notifications, 1);
+}
+
+TEST_F(SerialPortTest, KeepsExtraBytesForTheNextReplyLengthAndRaisesThemFromTheEventLoop) {
+    port->SetReplyLength(20);
+    peer->Deliver(Count(0, 21));
+    EXPECT_EQ(notifications, 1);
+    EXPECT_EQ(port->Input(), Count(0, 20));
+    RunQueued();
+    EXPECT_EQ(notifications, 1);
+    port->Output(Bytes{6});
+    port->SetReplyLength(1);
+    port->SetReplyLength(1);
+    EXPECT_EQ(notifications, 1) << "raised inside a call";
+    RunQueued();
+    EXPECT_EQ(notifications, 2) << "more than one notification queued";
+    EXPECT_EQ(port->Input(), Bytes{20});
+}
+
+TEST_F(SerialPortTest, RaisesAgainAfterEveryReadThatLeavesEnoughButNotInsideTheHandler) {
+    std::vector<Bytes> reads;
+    int depth = 0;
+    int deepest = 0;
+    port->OnReceived([&] {
+        deepest = std::max(deepest, ++depth);
+        reads.push_back(port->Input());
+        RunQueued(); // a message box turns the event loop in the same way
+        --depth;
+    });
+    port->SetReplyLength(2);
+    peer->Deliver(Count(0, 7));
+    ASSERT_TRUE(WaitFor([&] { return reads.size() == 3; }));
+    EXPECT_EQ(reads, (std::vector<Bytes>{{0, 1}, {2, 3}, {4, 5}}));
+    EXPECT_EQ(deepest, 1);
+}
+
+TEST_F(SerialPortTest, ReplyLengthZeroTurnsTheNotificationOffAndReadsAll) {
+    port->SetReplyLength(0);
+    peer->Deliver(Count(0, 5));
+    EXPECT_EQ(notifications, 0);
+    EXPECT_EQ(port->Input(), Count(0, 5));
+}
+
+TEST_F(SerialPortTest, DropsAQueuedNotificationThatLostItsReason) {
+    struct Case {
+        const char *what;
+        std::function<void()> lose;
+    };
+    for (const auto &[what, lose] : std::initializer_list<Case>{
+             {"emptied", [this] { port->EmptyBuffers(); }},
+             {"read", [this] { port->Input(); }},
+             {"longer reply", [this] { port->SetReplyLength(4); }},
+             {"turned off", [this] { port->SetReplyLength(0); }},
+             {"nobody listens", [this] { port->OnReceived({}); }},
+             {"closed", [this] { port->Close(); }},
+         }) {
+        port->OnReceived([this] { ++notifications; });
+        ASSERT_FALSE(port->Open());
+        port->SetReplyLength(3);
+        peer->Deliver(Count(0, 3));
+        notifications = 0;
+        port->SetReplyLength(3); // queues one
+        lose();
+        RunQueued();
+        EXPECT_EQ(notifications, 0) << what;
+    }
+}
+
+TEST_F(SerialPortTest, ReadsOnAfterTheBufferWasFullAndLosesNothing) {
+    Bytes received;
+    port->OnReceived([&] {
+        for (const std::uint8_t byte : port->Input())
+            received.push_back(byte);
+    });
+    peer->Fill(Count(0, 3000));
+    port->SetReplyLength(20);
+    EXPECT_TRUE(WaitFor([&] { return received.size() == 3000; }));
+    EXPECT_EQ(received, Count(0, 3000));
+}
+
+TEST_F(SerialPortTest, HearsAgainAfterAFullBufferIsEmptied) {
+    peer->Fill(Count(0, 3000));
+    port->EmptyBuffers();
+    port->SetReplyLength(2);
+    peer->Deliver({1, 2});
+    EXPECT_EQ(notifications, 1);
+    EXPECT_EQ(port->Input(), (Bytes{1, 2}));
+}
+
+TEST_F(SerialPortTest, StaysOpenWhenBytesAreEmptiedBeforeTheyAreTakenIn) {
+    port->SetReplyLength(1);
+    for (const int systemError : {0, EIO}) { // the reason of an earlier failure may stand in errno
+        QMetaObject::invokeMethod(
+            port.get(),
+            [this, systemError] {
+                port->EmptyBuffers();
+                errno = systemError;
+            },
+            Qt::QueuedConnection);
+        peer->Send({1});
+        RunQueued();
+        RunQueued();
+        ASSERT_TRUE(port->IsOpen());
+        notifications = 0;
+        peer->Deliver({2});
+        EXPECT_EQ(notifications, 1);
+        EXPECT_EQ(port->Input(), Bytes{2});
+    }
+}
+
+TEST_F(SerialPortTest, TheLastFrameBeforeClosingReachesTheRadio) {
+    port->Output(Count(0, 20));
+    port->Output(Bytes{'E'});
+    port->Close();
+    Bytes sent = Count(0, 20);
+    sent.push_back('E');
+    EXPECT_EQ(peer->Receive(21), sent);
+}
+
+TEST_F(SerialPortTest, AClosedPortTakesEveryCallQuietly) {
+    port->SetReplyLength(1);
+    port->Close();
+    port->Close();
+    port->Output(Bytes{1});
+    port->EmptyBuffers();
+    peer->Send({1});
+    RunQueued();
+    EXPECT_EQ(port->Input(), Bytes{});
+    EXPECT_EQ(notifications, 0);
+    EXPECT_FALSE(port->IsOpen());
+}
+
+TEST_F(SerialPortTest, AHandlerMayDeleteThePort) {
+    port->OnReceived([this] { port.reset(); });
+    port->SetReplyLength(1);
+    peer->Deliver(Count(0, 3));
+    EXPECT_EQ(port, nullptr);
+}
+
+TEST_F(SerialPortTest, AHangUpClosesThePortInSilenceAndTheNextOpeningWorks) {
+    const std::initializer_list<std::function<void()>> meanwhile{[] {}, [this] { port->Output(Bytes{1}); },
+                                                                 [this] { port->EmptyBuffers(); },
+                                                                 [this] { port->Input(); }};
+    for (const auto &call : meanwhile) {
+        port->SetReplyLength(1);
+        peer->HangUp();
+        call();
+        EXPECT_TRUE(WaitFor([this] { return !port->IsOpen(); }));
+        EXPECT_TRUE(ComesToRest()) << "the event loop is kept busy";
+        EXPECT_EQ(notifications, 0);
+
+        peer = std::make_unique<Peer>();
+        table[0].device = peer->device;
+        ASSERT_FALSE(port->Open());
+        peer->Deliver({9});
+        EXPECT_EQ(notifications, 1);
+        EXPECT_EQ(port->Input(), Bytes{9});
+        notifications = 0;
+    }
+}
+
+TEST_F(SerialPortTest, SaysWhyADeviceCannotBeOpened) {
+    QTemporaryDir folder;
+    const std::string base = folder.path().toStdString();
+    QFile file(folder.filePath("file"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QFile::link(folder.filePath("loop"), folder.filePath("loop")));
+    ASSERT_EQ(::mkfifo((base + "/pipe").c_str(), 0600), 0);
+    struct Case {
+        std::string device;
+        Kind kind;
+    };
+    for (const auto &[device, kind] : std::initializer_list<Case>{{base + "/missing", Kind::NoSuchDevice},
+                                                                  {base + "/file/below", Kind::NoSuchDevice},
+                                                                  {base + "/loop", Kind::NoSuchDevice},
+                                                                  {base, Kind::NotSerial},
+                                                                  {base + "/file", Kind::NotSerial},
+                                                                  {base + "/pipe", Kind::NotSerial},
+                                                                  {"/dev/null", Kind::NotSerial},
+                                                                  {std::string(300, 'x'), Kind::Other}}) {
+        table = {{1, device, ""}};
+        const std::optional<PortFailure> failure = port->Open();
+        ASSERT_TRUE(failure) << device;
+        EXPECT_EQ(failure->kind, kind) << device << ": " << failure->detail;
+        EXPECT_EQ(failure->port, "COM1");
+        EXPECT_EQ(failure->device, device);
+        EXPECT_FALSE(port->IsOpen());
+    }
+    port->SetCommPort(2);
+    const std::optional<PortFailure> failure = port->Open();
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->kind, Kind::NoSuchPort);
+    EXPECT_EQ(failure->port, "COM2");
+    EXPECT_EQ(failure->device, "");
+}
+
+TEST_F(SerialPortTest, APortInUseIsBusyUnderEachOfItsNamesUntilItIsClosed) {
+    QTemporaryDir folder;
+    const QString link = folder.filePath("by-id");
+    ASSERT_TRUE(QFile::link(QString::fromStdString(peer->device), link));
+    table.push_back({2, link.toStdString(), ""});
+    QtSerialPort second([this] { return table; });
+    for (const int number : {1, 2}) {
+        second.SetCommPort(number);
+        const std::optional<PortFailure> failure = second.Open();
+        ASSERT_TRUE(failure) << number;
+        EXPECT_EQ(failure->kind, Kind::Busy) << failure->detail;
+    }
+    port->Close();
+    EXPECT_FALSE(second.Open());
+}
+
+/// Opens the device in a process without the rights of root, which no permission and no exclusive terminal
+/// stops.
+/// @return the failure's kind, nothing when the device opened
+std::optional<Kind> OpenAsOrdinaryUser(const std::string &device) {
+    constexpr int Opened = 100;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::geteuid() == 0 &&
+            (::setgroups(0, nullptr) != 0 || ::setgid(Nobody) != 0 || ::setuid(Nobody) != 0))
+            ::_exit(Opened + 1);
+        QtSerialPort port([&device] { return ComPortTable{{1, device, ""}}; });
+        port.SetCommPort(1);
+        const std::optional<PortFailure> failure = port.Open();
+        ::_exit(failure ? static_cast<int>(failure->kind) : Opened);
+    }
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) <= Opened) << "the child failed, status " << status;
+    return WEXITSTATUS(status) == Opened ? std::nullopt
+                                         : std::optional(static_cast<Kind>(WEXITSTATUS(status)));
+}
+
+TEST_F(SerialPortTest, TellsADeniedDeviceFromABusyOne) {
+    port->Close();
+    ASSERT_EQ(::fchmod(peer->terminal, 0), 0);
+    EXPECT_EQ(OpenAsOrdinaryUser(peer->device), Kind::Denied);
+    ASSERT_EQ(::fchmod(peer->terminal, 0666), 0);
+    EXPECT_EQ(OpenAsOrdinaryUser(peer->device), std::nullopt) << "closing left the terminal exclusive";
+    ASSERT_EQ(::ioctl(peer->terminal, TIOCEXCL), 0);
+    EXPECT_EQ(OpenAsOrdinaryUser(peer->device), Kind::Busy);
+}
+
+/// Sets an environment variable for the life of the object.
+class Environment {
+public:
+    Environment(const char *name, const QByteArray &value)
+        : name_(name), wasSet_(qEnvironmentVariableIsSet(name)), old_(qgetenv(name)) {
+        qputenv(name, value);
+    }
+    ~Environment() {
+        if (wasSet_)
+            qputenv(name_, old_);
+        else
+            qunsetenv(name_);
+    }
+    Environment(const Environment &) = delete;
+    Environment &operator=(const Environment &) = delete;
+
+private:
+    const char *name_;
+    bool wasSet_;
+    QByteArray old_;
+};
+
+TEST(SystemComPorts, TakesTheVariableAloneElseTheFileBeforeTheSystemsDevices) {
+    QTemporaryDir folder;
+    const Environment config("XDG_CONFIG_HOME", folder.path().toLocal8Bit());
+    EXPECT_EQ(ConfigFolder(), folder.path().toStdString() + "/k470");
+    ASSERT_TRUE(QDir(folder.path()).mkdir("k470"));
+    QFile file(folder.filePath("k470/ports.conf"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("COM200=/dev/bench\n");
+    file.close();
+    {
+        const Environment variable("K470_PORTS", "COM3=/dev/pts/7");
+        EXPECT_EQ(EnumComPorts(SystemComPorts()), std::vector<std::string>{"COM3"});
+        qputenv("K470_PORTS", "");
+        EXPECT_EQ(EnumComPorts(SystemComPorts()), std::vector<std::string>{""});
+    }
+    const Environment variable("K470_PORTS", "");
+    qunsetenv("K470_PORTS");
+    EXPECT_EQ(EnumComPorts(SystemComPorts()).front(), "COM200");
+    ASSERT_TRUE(file.remove());
+    ASSERT_EQ(::mkfifo(folder.filePath("k470/ports.conf").toLocal8Bit().constData(), 0600), 0);
+    EXPECT_EQ(FindComPort(SystemComPorts(), 200), nullptr);
+}
+
+} // namespace
+} // namespace k470
