@@ -1,0 +1,104 @@
+#include "files/FileCommands.h"
+
+#include "core/AppState.h"
+#include "core/Bands.h"
+
+#include <utility>
+
+namespace k470 {
+
+namespace {
+
+constexpr std::string_view ErrorTitle = "Error";
+
+} // namespace
+
+FileCommands::FileCommands(AppState &state, FileCommandView &view) : state_(state), view_(view) {
+}
+
+void FileCommands::New() {
+    view_.TransferFocus();
+    view_.CommitEdits();
+    if (!view_.ConfirmClearAll(Res(state_.language, Text::AllCleared), Res(state_.language, Text::Alert)))
+        return;
+    NewImage(state_);
+    view_.RefreshChData();
+    view_.RefreshData();
+}
+
+void FileCommands::Open() {
+    view_.TransferFocus();
+    if (ImageModified(state_)) {
+        const auto answer = view_.AskSaveFirst(Res(state_.language, Text::SaveFirst));
+        if (answer == FileCommandView::SaveAnswer::Cancel)
+            return;
+        // After a failed save the user still wants the image kept, and opening would replace it. A cancelled
+        // save dialog is the user's own choice to go on.
+        if (answer == FileCommandView::SaveAnswer::Yes && SaveCommitted() == SaveResult::Failed)
+            return;
+    }
+    if (const auto path = view_.ChooseOpenFile())
+        OpenNamed(*path);
+}
+
+void FileCommands::Save() {
+    view_.TransferFocus();
+    view_.CommitEdits();
+    SaveCommitted();
+}
+
+void FileCommands::SaveAs() {
+    view_.TransferFocus();
+    view_.CommitEdits();
+    view_.TransferFocus();
+    SaveUnderChosenName(state_.currentFileName);
+}
+
+std::optional<LoadFailure> FileCommands::OpenNamed(const std::string &path) {
+    if (auto failure = ReadCodeplug(path, state_.image)) {
+        if (failure->kind != LoadFailure::Kind::Unreadable)
+            ShowWrongType(failure->kind);
+        return failure;
+    }
+    TakeSnapshot(state_);
+    LoadBandLimits(state_);
+    TakeGridRowsFromImage(state_);
+    if (state_.gridRows != state_.gridRowsLaidOut) {
+        view_.RefreshChannelOP();
+        state_.gridRowsLaidOut = state_.gridRows;
+    }
+    view_.RefreshChData();
+    view_.RefreshData();
+    view_.ShowTitle();
+    return std::nullopt;
+}
+
+FileCommands::SaveResult FileCommands::SaveCommitted() {
+    view_.TransferFocus();
+    if (state_.currentFileName == UntitledFileName)
+        return SaveUnderChosenName(UntitledFileName + std::string(FileExtension));
+    return WriteCurrentFile();
+}
+
+FileCommands::SaveResult FileCommands::SaveUnderChosenName(const std::string &proposed) {
+    auto path = view_.ChooseSaveFile(proposed);
+    if (!path)
+        return SaveResult::Cancelled;
+    state_.currentFileName = WithFileExtension(std::move(*path));
+    return WriteCurrentFile();
+}
+
+FileCommands::SaveResult FileCommands::WriteCurrentFile() {
+    const auto failure = WriteCodeplug(state_.currentFileName, state_.image);
+    if (!failure)
+        return SaveResult::Saved;
+    view_.ShowMessage(*failure, FileCommandView::Icon::Exclamation, ModelWord);
+    return SaveResult::Failed;
+}
+
+void FileCommands::ShowWrongType(LoadFailure::Kind kind) {
+    view_.ShowMessage(Res(state_.language, Text::WrongFileType), FileCommandView::Icon::Critical,
+                      kind == LoadFailure::Kind::NotPacked ? ErrorTitle : ModelWord);
+}
+
+} // namespace k470
