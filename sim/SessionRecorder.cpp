@@ -1,0 +1,63 @@
+#include "sim/SessionRecorder.h"
+
+#include "sim/Hex.h"
+#include "sim/SimFiles.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <utility>
+
+namespace k470 {
+
+std::string FormatLogLine(WireTime time, FrameDirection direction, std::span<const std::uint8_t> bytes) {
+    const long long micros = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
+    std::array<char, 48> stamp{};
+    std::snprintf(stamp.data(), stamp.size(), "%lld.%06lld", micros / 1'000'000, micros % 1'000'000);
+    return std::string(stamp.data()) + (direction == FrameDirection::FromProgram ? " > " : " < ") +
+           HexText(bytes);
+}
+
+SessionRecorder::SessionRecorder(SimulatedRadio &radio, std::string out,
+                                 std::function<void(const std::string &)> say)
+    : radio_(radio), out_(std::move(out)), say_(std::move(say)), lastMemory_(radio.Memory()) {
+}
+
+std::optional<std::string> SessionRecorder::OpenLog(const std::string &path) {
+    log_.open(path, std::ios::trunc);
+    if (!log_)
+        return path + ": cannot be written";
+    return std::nullopt;
+}
+
+void SessionRecorder::TakeHost(WireTime time) {
+    // Replies are logged when they are out, which may be much later than the radio gave them.
+    for (const LoggedFrame &frame : radio_.TakeLog())
+        if (frame.direction == FrameDirection::FromProgram && log_.is_open())
+            log_ << FormatLogLine(time, frame.direction, frame.bytes) << std::endl;
+    for (const std::string &complaint : radio_.TakeComplaints())
+        say_("complaint: " + complaint);
+    if (radio_.EndedSessions() != savedSessions_)
+        Save();
+}
+
+void SessionRecorder::TakeReply(WireTime time, std::span<const std::uint8_t> bytes) {
+    if (log_.is_open())
+        log_ << FormatLogLine(time, FrameDirection::FromRadio, bytes) << std::endl;
+}
+
+void SessionRecorder::Finish() {
+    if (radio_.Memory() != lastMemory_)
+        Save();
+}
+
+void SessionRecorder::Save() {
+    savedSessions_ = radio_.EndedSessions();
+    lastMemory_ = radio_.Memory();
+    if (out_.empty())
+        return;
+    if (const auto failure = SaveMemory(out_, lastMemory_))
+        say_(*failure);
+}
+
+} // namespace k470
