@@ -1,0 +1,32 @@
+#include "ui/shared/Messages.h"
+
+#include <QCoreApplication>
+#include <QLibraryInfo>
+#include <QTranslator>
+
+namespace k470 {
+
+QMessageBox::StandardButton ShowMessage(QWidget *owner, QMessageBox::Icon icon, const QString &title,
+                                        const QString &text, QMessageBox::StandardButtons buttons,
+                                        QMessageBox::StandardButton defaultButton) {
+    QMessageBox box(icon, title, text, buttons, owner);
+    box.setObjectName("MessageBox");
+    box.setTextFormat(Qt::PlainText);
+    box.setDefaultButton(defaultButton);
+    return static_cast<QMessageBox::StandardButton>(box.exec());
+}
+
+void InstallToolkitLanguage(Language language) {
+    constexpr auto Name = "k470ToolkitTexts";
+    auto *application = QCoreApplication::instance();
+    delete application->findChild<QTranslator *>(Name);
+    if (language == Language::English)
+        return; // the toolkit's own texts are English
+    auto *translator = new QTranslator(application);
+    translator->setObjectName(Name);
+    const bool loaded = translator->load("qtbase_zh_CN", QLibraryInfo::path(QLibraryInfo::TranslationsPath));
+    if (loaded)
+        QCoreApplication::installTranslator(translator);
+}
+
+} // namespace k470
