@@ -42,7 +42,7 @@ std::string BandText(std::size_t position, Language language) {
 }
 
 std::uint8_t FindBand(double low, double high) {
-    for (std::uint8_t position = 0; position < StandardBands.size(); ++position) {
+    for (std::uint8_t position = 0; position < CustomBand; ++position) {
         if (StandardBands[position].low == low && StandardBands[position].high == high)
             return position;
     }

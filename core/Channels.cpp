@@ -80,7 +80,7 @@ std::string GetFreqString(const MemoryImage &image, Field which, int ch) {
         return {};
     std::int64_t units = 0;
     for (auto byte = bytes.rbegin(); byte != bytes.rend(); ++byte)
-        units = units * 100 + (*byte >> 4) * 10 + (*byte & 0x0F);
+        units = units * 100 + std::int64_t{*byte >> 4} * 10 + (*byte & 0x0F);
     return FixedDecimals(static_cast<double>(units) / static_cast<double>(UnitsPerMegahertz), FreqDecimals);
 }
 

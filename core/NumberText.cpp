@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 
 namespace k470 {
@@ -89,9 +88,11 @@ std::string ShortestDecimal(double value) {
 std::string FixedDecimals(double value, int decimals) {
     const double scale = std::pow(10.0, decimals);
     std::array<char, 340> text{};
-    const int length =
-        std::snprintf(text.data(), text.size(), "%.*f", decimals, RoundHalfEven(value * scale) / scale);
-    return std::string(text.data(), static_cast<std::size_t>(length));
+    // Not printf: its separator is the one of the user's locale.
+    const auto result =
+        std::to_chars(text.data(), text.data() + text.size(), RoundHalfEven(value * scale) / scale,
+                      std::chars_format::fixed, decimals);
+    return std::string(text.data(), result.ptr);
 }
 
 } // namespace k470

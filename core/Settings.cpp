@@ -241,9 +241,12 @@ std::vector<std::string> NumberEntries(int count) {
 
 std::string SettingText(const MemoryImage &image, Setting setting, Language language) {
     const SettingShape &shape = ShapeOf(setting);
+    if (setting == Setting::WorkingChannel) {
+        const int channels = CountEntry(image[Address::ChannelCount]) + 1;
+        const int working = WorkingChannelEntry(image[shape.address], channels);
+        return working == NoEntry ? std::string() : std::to_string(working + 1);
+    }
     const int entry = shape.toEntry(image[shape.address]);
-    if (setting == Setting::WorkingChannel)
-        return std::to_string(entry + 1);
     if (shape.label == nullptr)
         return std::string(Res(language, entry == 1 ? Text::Yes : Text::No));
     const auto texts = shape.entries(language);

@@ -128,7 +128,8 @@ public:
 
 private:
     bool TakeRun(std::uint8_t controlByte) {
-        if (!TakeLiterals(static_cast<std::size_t>((controlByte & ~RunMark) + GroupSize)))
+        const std::size_t literals = (controlByte & ~std::size_t{RunMark}) + GroupSize;
+        if (!TakeLiterals(literals))
             return false;
         if (controlByte != RunOnly)
             PlaceMissing();
