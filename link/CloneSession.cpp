@@ -170,6 +170,7 @@ void CloneSession::StoreLine(const std::vector<std::uint8_t> &reply) {
 void CloneSession::RaiseSentStep() {
     if (curStep_ < Clone::EndStep)
         sentStep_ = Clone::NothingSent;
+    timers_.HurrySend();
 }
 
 void CloneSession::BadReply() {

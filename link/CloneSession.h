@@ -17,6 +17,9 @@ public:
     virtual ~CloneTimers() = default;
     /// tmrSend, every Clone::SendInterval ms
     virtual void EnableSend(bool enabled) = 0;
+    /// A frame became due. The send timer may tick sooner than its interval asks: waiting for the next tick
+    /// costs half a millisecond a frame, which is what keeps a session from running at wire speed.
+    virtual void HurrySend() {}
     /// tmrOvertime: enabling starts its interval anew
     virtual void SetOvertimeInterval(int milliseconds) = 0;
     virtual void EnableOvertime(bool enabled) = 0;

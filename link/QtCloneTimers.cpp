@@ -8,6 +8,8 @@ QtCloneTimers::QtCloneTimers() {
     tmrSend_.setObjectName("tmrSend");
     tmrSend_.setTimerType(Qt::PreciseTimer);
     tmrSend_.setInterval(Clone::SendInterval);
+    hurry_.setSingleShot(true);
+    hurry_.setInterval(0);
     tmrOvertime_.setObjectName("tmrOvertime");
     tmrOvertime_.setTimerType(Qt::PreciseTimer);
     tmrOvertime_.setInterval(Clone::ReplyTimeout);
@@ -18,6 +20,13 @@ void QtCloneTimers::EnableSend(bool enabled) {
         tmrSend_.start();
     else
         tmrSend_.stop();
+    if (!enabled)
+        hurry_.stop();
+}
+
+void QtCloneTimers::HurrySend() {
+    if (tmrSend_.isActive())
+        hurry_.start();
 }
 
 void QtCloneTimers::SetOvertimeInterval(int milliseconds) {
@@ -36,8 +45,13 @@ void QtCloneTimers::Pause(int milliseconds) {
 }
 
 void QtCloneTimers::Drive(CloneSession &session) {
-    QObject::connect(&tmrSend_, &QTimer::timeout, &tmrSend_, [&session] { session.SendTick(); });
-    QObject::connect(&tmrOvertime_, &QTimer::timeout, &tmrOvertime_, [&session] { session.OvertimeTick(); });
+    Drive([&session] { session.SendTick(); }, [&session] { session.OvertimeTick(); });
+}
+
+void QtCloneTimers::Drive(const std::function<void()> &sendTick, const std::function<void()> &overtimeTick) {
+    for (QTimer *timer : {&tmrSend_, &hurry_})
+        QObject::connect(timer, &QTimer::timeout, timer, sendTick);
+    QObject::connect(&tmrOvertime_, &QTimer::timeout, &tmrOvertime_, overtimeTick);
 }
 
 } // namespace k470

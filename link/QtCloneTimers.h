@@ -4,6 +4,8 @@
 
 #include <QTimer>
 
+#include <functional>
+
 namespace k470 {
 
 /// The timers of a session on Qt's event loop. Connect their timeouts to the session's ticks.
@@ -12,6 +14,7 @@ public:
     QtCloneTimers();
 
     void EnableSend(bool enabled) override;
+    void HurrySend() override;
     void SetOvertimeInterval(int milliseconds) override;
     void EnableOvertime(bool enabled) override;
     void Pause(int milliseconds) override;
@@ -19,11 +22,13 @@ public:
     QTimer &SendTimer() { return tmrSend_; }
     QTimer &OvertimeTimer() { return tmrOvertime_; }
 
-    /// Feeds the ticks to a session for as long as `this` lives.
+    /// Feeds the ticks to a session, or to who stands before it, for as long as `this` lives.
     void Drive(CloneSession &session);
+    void Drive(const std::function<void()> &sendTick, const std::function<void()> &overtimeTick);
 
 private:
     QTimer tmrSend_;
+    QTimer hurry_; ///< ticks once, as soon as the event loop gets to it
     QTimer tmrOvertime_;
 };
 

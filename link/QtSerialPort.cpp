@@ -74,12 +74,11 @@ bool IsDeviceGone(int descriptor) {
     return ::ioctl(descriptor, FIONREAD, &waiting) != 0 || waiting == 0;
 }
 
-/// How long a frame takes from here to the end of its last stop bit, USB included, in ms.
+/// How long a frame takes to the end of its last stop bit, in whole ms, rounded down.
 qint64 SendingTime(std::size_t frameSize) {
     constexpr std::size_t BitsPerByte = 11;
     constexpr std::size_t BitsPerSecond = 9600;
-    constexpr qint64 UsbTime = 2;
-    return static_cast<qint64>(frameSize * BitsPerByte * 1000 / BitsPerSecond) + 1 + UsbTime;
+    return static_cast<qint64>(frameSize * BitsPerByte * 1000 / BitsPerSecond);
 }
 
 } // namespace
@@ -157,8 +156,9 @@ void QtSerialPort::Close() {
     // Closing restores the line settings of whoever used the port before, at once: a frame still on its way
     // would leave at another speed, and the radio checks no sum. Longer than LongestWait no frame takes.
     constexpr qint64 LongestWait = 50;
+    constexpr qint64 Margin = 3; // for the part of a millisecond that SendingTime drops and the way over USB
     if (const qint64 left = sentBy_.remainingTime(); left > 0)
-        QThread::msleep(static_cast<unsigned long>(std::min(left, LongestWait)));
+        QThread::msleep(static_cast<unsigned long>(std::min(left + Margin, LongestWait)));
     port_.close();
 }
 
