@@ -1,0 +1,117 @@
+#include "cli/CloneRun.h"
+
+#include "cli/InterruptWatch.h"
+#include "link/CloneSession.h"
+#include "link/QtCloneTimers.h"
+#include "link/QtSerialPort.h"
+
+#include <QEventLoop>
+
+namespace k470 {
+
+namespace {
+
+using End = CloneReport::End;
+
+class CloneRun : public CloneView {
+public:
+    CloneRun(AppState &state, const PortChoice &choice, const Console &console);
+
+    CloneReport Run();
+
+    void ShowPercentLabel() override { SetPercentLabel(InitialProgressText(state_.language)); }
+    void ShowProgress(int, int) override {}
+    void SetPercentLabel(const std::string &text) override { console_.ShowProgress(text); }
+    void ShowPortNumber() override {}
+    void ShowOpenFailure(const PortFailure &failure) override;
+    bool AskRetry() override;
+    void ShowCompleted() override { report_.end = End::Completed; }
+    void RefreshAfterRead() override {}
+    void WarnMissingLines(const std::vector<int> &lines) override { report_.missingLines = lines; }
+    std::vector<std::string> EnumComPorts() override { return k470::EnumComPorts(choice_.table()); }
+    void CloseWindow() override;
+
+private:
+    void SendTick();
+    void OvertimeTick();
+    bool IsBetweenLines() const;
+
+    AppState &state_;
+    const PortChoice &choice_;
+    const Console &console_;
+    QEventLoop loop_;
+    QtSerialPort port_;
+    QtCloneTimers timers_;
+    CloneSession session_;
+
+    int sentStep_ = Clone::NothingSent; ///< step of the last frame
+    bool interrupted_ = false;
+    bool closed_ = false;
+    CloneReport report_;
+};
+
+CloneRun::CloneRun(AppState &state, const PortChoice &choice, const Console &console)
+    : state_(state), choice_(choice), console_(console), port_(choice.table),
+      session_(state, port_, timers_, *this) {
+    timers_.Drive([this] { SendTick(); }, [this] { OvertimeTick(); });
+}
+
+CloneReport CloneRun::Run() {
+    const InterruptWatch watch([this] { interrupted_ = true; });
+    session_.TransferDatas();
+    if (!closed_)
+        loop_.exec();
+    session_.Close();
+    return report_;
+}
+
+void CloneRun::SendTick() {
+    if (interrupted_ && IsBetweenLines()) {
+        CloseWindow();
+        return;
+    }
+    session_.SendTick();
+    sentStep_ = session_.Step();
+    report_.lineSent = report_.lineSent || sentStep_ >= Clone::FirstLineStep;
+}
+
+void CloneRun::OvertimeTick() {
+    // A line that has just failed is not repeated for a user who wants to stop.
+    if (interrupted_ && session_.Result() == CloneSession::Outcome::Running)
+        CloseWindow();
+    else
+        session_.OvertimeTick();
+}
+
+/// The step moves on with the acknowledge that ends a line. After the last line only the end byte is left: to
+/// send it harms nobody, to withhold it leaves the radio waiting.
+bool CloneRun::IsBetweenLines() const {
+    return session_.Step() != sentStep_ && session_.Step() != Clone::EndStep;
+}
+
+void CloneRun::ShowOpenFailure(const PortFailure &failure) {
+    report_.end = End::OpenFailed;
+    report_.failure = failure;
+    if (choice_.byPath)
+        report_.failure.port.clear();
+    CloseWindow();
+}
+
+/// Nobody is there to plug the cable in and press Retry.
+bool CloneRun::AskRetry() {
+    report_.end = session_.Step() == Clone::StepHandshake ? End::NoAnswer : End::Broken;
+    return false;
+}
+
+void CloneRun::CloseWindow() {
+    closed_ = true;
+    loop_.quit();
+}
+
+} // namespace
+
+CloneReport RunClone(AppState &state, const PortChoice &port, const Console &console) {
+    return CloneRun(state, port, console).Run();
+}
+
+} // namespace k470

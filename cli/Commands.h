@@ -1,0 +1,44 @@
+#pragma once
+
+#include "cli/Console.h"
+
+#include <array>
+#include <string>
+
+namespace k470 {
+
+/// How the program ends; part of what scripts rely on.
+enum ExitCode : int {
+    ExitDone = 0,
+    ExitUsage = 2,
+    ExitFile = 3,
+    ExitPort = 4,
+    ExitRadio = 5,
+    ExitInterrupted = 130,
+};
+
+struct ExitMeaning {
+    ExitCode code;
+    const char *meaning;
+};
+
+inline constexpr std::array<ExitMeaning, 6> ExitMeanings{{
+    {ExitDone, "done"},
+    {ExitUsage, "usage: unknown, missing or contradictory arguments"},
+    {ExitFile, "file: cannot be read or written, or holds no image that the command can use"},
+    {ExitPort, "port: not there, not permitted, in use, or no serial port"},
+    {ExitRadio, "radio: no answer, wrong answers, or lines missing from a read"},
+    {ExitInterrupted, "interrupted by Ctrl+C or another ending signal"},
+}};
+
+/// What the arguments say. Each command uses those that it asks for.
+struct CommandArguments {
+    std::string port; ///< COM name or device path
+    std::string input;
+    std::string output;
+};
+
+/// A command tells what it has to tell through the console.
+using Command = ExitCode (*)(const CommandArguments &arguments, const Console &console);
+
+} // namespace k470

@@ -1,0 +1,68 @@
+#include "cli/Console.h"
+
+#include <cstdlib>
+#include <iostream>
+
+#include <unistd.h>
+
+namespace k470 {
+
+namespace {
+
+constexpr std::string_view ProgramPrefix = "k470-cli: ";
+constexpr std::string_view EraseLine = "\r\x1b[K";
+
+} // namespace
+
+std::string Phrase(Language language, const TextPair &pair, std::initializer_list<std::string_view> parts) {
+    constexpr std::string_view Place = "{}";
+    std::string_view rest = Pick(language, pair);
+    std::string text;
+    for (const std::string_view part : parts) {
+        const std::size_t at = rest.find(Place);
+        if (at == std::string_view::npos)
+            break;
+        text += rest.substr(0, at);
+        text += part;
+        rest.remove_prefix(at + Place.size());
+    }
+    return text.append(rest);
+}
+
+Console::Console(Language language) : language_(language), progressShown_(::isatty(STDERR_FILENO) == 1) {
+}
+
+std::string Console::Phrase(const TextPair &pair, std::initializer_list<std::string_view> parts) const {
+    return k470::Phrase(language_, pair, parts);
+}
+
+bool Console::Print(std::string_view text) const {
+    ClearProgress();
+    std::cout << text << std::flush;
+    return std::cout.good();
+}
+
+void Console::PrintError(std::string_view text) const {
+    ClearProgress();
+    std::cerr << ProgramPrefix << text << std::endl;
+}
+
+void Console::ShowProgress(std::string_view text) const {
+    if (progressShown_)
+        std::cerr << EraseLine << text << std::flush;
+}
+
+void Console::ClearProgress() const {
+    ShowProgress("");
+}
+
+Language LocaleLanguage() {
+    for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char *const value = std::getenv(name);
+        if (value != nullptr && *value != '\0')
+            return std::string_view(value).starts_with("zh") ? Language::Chinese : Language::English;
+    }
+    return Language::English;
+}
+
+} // namespace k470

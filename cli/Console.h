@@ -1,0 +1,43 @@
+#pragma once
+
+#include "resources/StringTable.h"
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace k470 {
+
+/// The text of the pair with each "{}" replaced by the next of the parts.
+std::string Phrase(Language language, const TextPair &pair, std::initializer_list<std::string_view> parts);
+
+/// Where the commands speak: results on standard output, errors on standard error, progress there too when it
+/// is a terminal.
+class Console {
+public:
+    explicit Console(Language language);
+
+    Language UsedLanguage() const { return language_; }
+    std::string Phrase(const TextPair &pair, std::initializer_list<std::string_view> parts = {}) const;
+
+    // Both take a progress line away first.
+
+    /// @return whether standard output took the text
+    bool Print(std::string_view text) const;
+    void PrintError(std::string_view text) const;
+
+    /// Replaces the progress line.
+    void ShowProgress(std::string_view text) const;
+
+private:
+    void ClearProgress() const;
+
+    Language language_;
+    bool progressShown_;
+};
+
+/// The language of the user's locale: Chinese when LC_ALL, LC_MESSAGES or LANG, the first of them that is
+/// set, names it, else English.
+Language LocaleLanguage();
+
+} // namespace k470

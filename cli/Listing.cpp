@@ -1,0 +1,57 @@
+#include "cli/Listing.h"
+
+#include "cli/TextTable.h"
+#include "core/AppState.h"
+#include "core/Bands.h"
+#include "core/ChannelRows.h"
+#include "core/NumberText.h"
+#include "core/Settings.h"
+
+namespace k470 {
+
+namespace {
+
+/// A count byte that is none shows as many channels as the channel count's list then selects.
+int ShownChannels(const MemoryImage &image) {
+    const int count = image[Address::ChannelCount];
+    return count <= MaxChannels ? count : DefaultGridRows - 1;
+}
+
+std::vector<TextRow> ChannelTable(const MemoryImage &image, Language language) {
+    std::vector<TextRow> rows(1);
+    for (int column = 0; column < GridCols; ++column)
+        rows.front().push_back(ColumnHeader(column, language));
+    for (int ch = 0; ch < ShownChannels(image); ++ch) {
+        RowTexts row = RowFromRecord(image, ch, language);
+        row[ColNumber] = std::to_string(ch + 1);
+        rows.emplace_back(row.begin(), row.end());
+    }
+    return rows;
+}
+
+std::string BandRange(const MemoryImage &image) {
+    AppState state;
+    state.image = image;
+    LoadBandLimits(state);
+    return ShortestDecimal(state.bandLow) + " - " + ShortestDecimal(state.bandHigh) + " MHz";
+}
+
+/// Some captions end in a colon for the place where they stand on the window.
+std::string WithoutColon(std::string caption) {
+    constexpr std::string_view Colon = "：";
+    if (caption.ends_with(Colon))
+        caption.resize(caption.size() - Colon.size());
+    return caption;
+}
+
+} // namespace
+
+std::string ListImage(const MemoryImage &image, Language language) {
+    std::vector<TextRow> settings{{std::string(Res(language, Text::Frequency)), BandRange(image)}};
+    for (const SettingShape &shape : SettingShapes)
+        settings.push_back(
+            {WithoutColon(SettingCaption(shape, language)), SettingText(image, shape.setting, language)});
+    return FormatTable(ChannelTable(image, language)) + "\n" + FormatTable(settings);
+}
+
+} // namespace k470
