@@ -13,7 +13,7 @@ std::string HexCellText(std::uint8_t byte);
 /// The byte of a cell's text. @param text two characters "0" to "9", "A" to "F"; 0 for a shorter text
 std::uint8_t HexCellByte(std::string_view text);
 
-/// What was typed into a cell, two characters in any case: "" gives "FF", "7" gives "07".
+/// The cell text of what was typed, at most two characters: "" gives "FF", "7" gives "07".
 std::string CompleteHexCell(std::string_view typed);
 
 /// Decides about a character typed into the cell editor.

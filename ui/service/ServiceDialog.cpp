@@ -1,0 +1,37 @@
+#include "ui/service/ServiceDialog.h"
+
+#include "ui/shared/Twips.h"
+
+#include <QKeyEvent>
+#include <QPushButton>
+
+namespace k470 {
+
+QRect PlaceInPixels(const Place &place, const QWidget *widget) {
+    return {TwipsToPixels(place.left, widget), TwipsToPixels(place.top, widget),
+            TwipsToPixels(place.width, widget), TwipsToPixels(place.height, widget)};
+}
+
+ServiceDialog::ServiceDialog(const char *name, int width, int height, QWidget *owner) : QDialog(owner) {
+    setObjectName(name);
+    setFixedSize(TwipsToPixels(width, this), TwipsToPixels(height, this));
+}
+
+QPushButton *ServiceDialog::AddButton(const char *name, const QString &caption, const Place &place) {
+    auto *button = new QPushButton(caption, this);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    button->setGeometry(PlaceInPixels(place, this));
+    return button;
+}
+
+void ServiceDialog::keyPressEvent(QKeyEvent *event) {
+    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    auto *button = qobject_cast<QPushButton *>(focusWidget());
+    if (!isEnter || button == nullptr)
+        QDialog::keyPressEvent(event);
+    else if (!event->isAutoRepeat()) // a key held down in a text box has only just come here
+        button->click();
+}
+
+} // namespace k470

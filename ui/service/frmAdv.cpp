@@ -1,0 +1,171 @@
+#include "ui/service/frmAdv.h"
+
+#include "ui/shared/CellEditor.h"
+#include "ui/shared/FlexGrid.h"
+#include "ui/shared/Texts.h"
+#include "ui/shared/Twips.h"
+
+#include <QIcon>
+#include <QPushButton>
+
+namespace k470 {
+
+namespace {
+
+constexpr int ClientWidth = 12210; // twips, as all below
+constexpr int ClientHeight = 2055;
+constexpr Place GridPlace{120, 120, TuneGridWidth, TuneGridHeight};
+constexpr Place OkPlace{4838, 1560, 1095, 375};
+constexpr Place CancelPlace{6278, 1560, 1095, 375};
+constexpr int EditorTop = 30; // of the editor in its cell
+constexpr int EditorInset = 80;
+
+constexpr TextPair Caption{" Tune", " 电调"};
+constexpr TextPair Levels{"Tuning levels", "电调值"};
+constexpr QRgb CaptionColour = qRgb(19, 58, 149);
+constexpr QRgb ZeroColour = qRgb(255, 0, 0);
+
+TuneLevel LevelOfRow(int row) {
+    return row == SquelchRow ? TuneLevel::Squelch : TuneLevel::Noise;
+}
+
+} // namespace
+
+frmAdv::frmAdv(AppState &state, QWidget *owner)
+    : ServiceDialog("frmAdv", ClientWidth, ClientHeight, owner), state_(state),
+      tuneData_(LoadTuneData(state.image)), layout_(LayOutTuning(state.bandLow, state.bandHigh)),
+      tunGrid_(new FlexGrid(1, 1, this)), txtTun_(new CellEditor(tunGrid_, FilterLevelKey)) {
+    setWindowIcon(QIcon(":/icons/k470.svg"));
+    setWindowTitle(ToQt(ModelWord) + PickText(state.language, Caption));
+    tunGrid_->setObjectName("TunGrid");
+    tunGrid_->setAccessibleName(PickText(state.language, Levels));
+    txtTun_->setObjectName("TxtTun");
+    connect(tunGrid_, &FlexGrid::CellKeyPressed, this, &frmAdv::TunGrid_KeyPress);
+    connect(tunGrid_, &FlexGrid::CellMouseUp, this, [this](Qt::MouseButton button) {
+        if (button == Qt::LeftButton)
+            BeginTunEdit();
+    });
+    connect(txtTun_, &CellEditor::EnterPressed, this, &frmAdv::TxtTun_Enter);
+    connect(txtTun_, &CellEditor::FocusLeft, this, &frmAdv::TxtTun_Validate);
+    const auto *ok = AddButton("cmdOK", PickText(state.language, OkCaption), OkPlace);
+    const auto *cancel = AddButton("Command2", PickText(state.language, CancelCaption), CancelPlace);
+    connect(ok, &QPushButton::clicked, this, &frmAdv::Store);
+    connect(cancel, &QPushButton::clicked, this, &frmAdv::reject);
+    RefreshTun();
+    RefreshFace();
+    RefreshTunDatas();
+    tunGrid_->setFocus();
+}
+
+void frmAdv::RefreshTun() {
+    tunGrid_->setGeometry(PlaceInPixels(GridPlace, this));
+    tunGrid_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    tunGrid_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    tunGrid_->SetCols(TuneCols);
+    tunGrid_->SetRows(TuneRows);
+    tunGrid_->SetColWidth(0, TuneCaptionWidth);
+    for (int row = 0; row < TuneRows; ++row)
+        tunGrid_->SetCellColor(row, 0, QColor(CaptionColour));
+    for (int col = 1; col < TuneCols; ++col) {
+        const TuneColumn &column = ColumnAt(layout_, col);
+        tunGrid_->SetCellColor(TuneCaptionRow, col, QColor(CaptionColour));
+        tunGrid_->SetCellText(TuneCaptionRow, col, ToQt(column.caption));
+        tunGrid_->SetColWidth(col, column.width);
+        for (int row = SquelchRow; row < TuneRows; ++row)
+            tunGrid_->SetCellEnabled(row, col, TuneIndex(LevelOfRow(row), column.segment).has_value());
+    }
+    FitCells();
+    const TuneCell first = NextTuneCell(layout_, {SquelchRow, 0});
+    tunGrid_->SetCurrent(first.row, first.col);
+}
+
+/// The stated widths and heights add up to the size of the grid and leave nothing for its frame. What the
+/// frame takes, and what whole pixels add, is spread over the cells, so that the last ones are not cut.
+void frmAdv::FitCells() {
+    const int frame = 2 * tunGrid_->frameWidth();
+    const int height = tunGrid_->height() - frame;
+    const int width = tunGrid_->width() - frame - TwipsToPixels(TuneCaptionWidth, this);
+    const auto part = [](int whole, int count, int i) { return whole * (i + 1) / count - whole * i / count; };
+    const int twipsPerInch = 1440;
+    for (int row = 0; row < TuneRows; ++row)
+        tunGrid_->SetRowHeight(row, part(height, TuneRows, row) * twipsPerInch / tunGrid_->logicalDpiY());
+    for (int col = 1; col <= layout_.segmentCount; ++col)
+        if (tunGrid_->ColWidth(col) > 0)
+            tunGrid_->setColumnWidth(col - 1, part(width, layout_.segmentCount, col - 1));
+}
+
+void frmAdv::RefreshFace() {
+    tunGrid_->SetCellText(SquelchRow, 0, "SQ");
+    tunGrid_->SetCellText(NoiseRow, 0, "Noise");
+}
+
+void frmAdv::RefreshTunDatas() {
+    for (int col = 1; col <= layout_.segmentCount; ++col)
+        for (int row = SquelchRow; row < TuneRows; ++row)
+            tunGrid_->SetCellText(
+                row, col, ToQt(GetTuneText(tuneData_, LevelOfRow(row), ColumnAt(layout_, col).segment)));
+}
+
+void frmAdv::ReadTuneGrid() {
+    for (int col = 1; col <= layout_.segmentCount; ++col)
+        for (int row = SquelchRow; row < TuneRows; ++row)
+            SetTuneText(tuneData_, LevelOfRow(row), ColumnAt(layout_, col).segment,
+                        FromQt(tunGrid_->CellText(row, col)));
+}
+
+void frmAdv::TunGrid_KeyPress(const QString &text) {
+    if (text == "\r") {
+        BeginTunEdit();
+    } else if (text.size() == 1 && FilterLevelKey("", false, text.front().toLatin1())) {
+        BeginTunEdit();
+        if (txtTun_->IsOpen())
+            txtTun_->setText(text);
+    }
+}
+
+void frmAdv::BeginTunEdit() {
+    const int row = tunGrid_->Row();
+    const int col = tunGrid_->Col();
+    if (!tunGrid_->IsCellSelectable(row, col))
+        return;
+    const int inset = TwipsToPixels(EditorInset, this);
+    const QRect cell = tunGrid_->CellRect(row, col);
+    txtTun_->setAccessibleName(tunGrid_->CellText(row, 0) + " " + tunGrid_->CellText(TuneCaptionRow, col));
+    txtTun_->Open({cell.left(), cell.top() + TwipsToPixels(EditorTop, this), cell.width() - inset,
+                   cell.height() - inset});
+}
+
+void frmAdv::TxtTun_Enter() {
+    TxtTun_Validate();
+    tunGrid_->setFocus();
+    const TuneCell next = NextTuneCell(layout_, {tunGrid_->Row(), tunGrid_->Col()});
+    tunGrid_->SetCurrent(next.row, next.col);
+}
+
+void frmAdv::TxtTun_Validate() {
+    const std::string level = NormalizeTuneLevel(FromQt(txtTun_->EndEdit()));
+    const auto ground = level == "0" ? std::optional(QColor(ZeroColour)) : std::nullopt;
+    tunGrid_->SetCellBackColor(txtTun_->Row(), txtTun_->Col(), ground);
+    tunGrid_->SetCellText(txtTun_->Row(), txtTun_->Col(), ToQt(level));
+}
+
+void frmAdv::CommitOpenEditors() {
+    if (txtTun_->IsOpen())
+        TxtTun_Validate();
+}
+
+void frmAdv::mousePressEvent(QMouseEvent *) {
+    if (!txtTun_->IsOpen())
+        return;
+    CommitOpenEditors();
+    tunGrid_->setFocus();
+}
+
+void frmAdv::Store() {
+    CommitOpenEditors();
+    ReadTuneGrid();
+    StoreTuneData(state_.image, tuneData_);
+    accept();
+}
+
+} // namespace k470

@@ -1,0 +1,215 @@
+#include "ui/service/frmMemoryMap.h"
+
+#include "core/HexCells.h"
+#include "core/NumberText.h"
+#include "ui/shared/CellEditor.h"
+#include "ui/shared/FlexGrid.h"
+#include "ui/shared/Texts.h"
+#include "ui/shared/Twips.h"
+
+#include <QFontDatabase>
+#include <QFontMetrics>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollBar>
+
+namespace k470 {
+
+namespace {
+
+constexpr int ClientWidth = 8370; // twips, as all below
+constexpr int ClientHeight = 5115;
+constexpr int GridLeft = 105;
+constexpr int GridTop = 120;
+constexpr int GridWidth = 8175;
+constexpr int RowHeight = 240;
+constexpr Place AddressPlace{105, 4590, 1095, 300};
+constexpr Place EqualsPlace{1320, 4600, 120, 285};
+constexpr Place ValuePlace{1560, 4560, 1095, 300};
+constexpr Place OkPlace{6000, 4560, 1100, 350};
+constexpr Place CancelPlace{7173, 4560, 1100, 350};
+
+constexpr int Rows = LineCount + 1;
+constexpr int Cols = LineSize + 1;
+constexpr int VisibleRows = 17;
+constexpr int ExtraWidth = -2; // pixels that the grid differs from its design width
+constexpr int ExtraHeight = 7; // pixels that it is higher than its visible rows
+constexpr int FrameLine = 1;   // pixels of each of the three lines of its frame
+constexpr std::size_t LongestLineCaption = 3;
+
+constexpr TextPair Memory{"Memory", "存储器"};
+constexpr TextPair AddressName{"Address", "地址"};
+constexpr TextPair ValueName{"Value", "数值"};
+
+int ColumnTwips(int parts) {
+    return static_cast<int>(RoundHalfEven(parts * GridWidth / 19.0));
+}
+
+QString HexNumber(int number) {
+    return QString::number(number, 16).toUpper();
+}
+
+/// The system's fixed-pitch font, as large as a row is high at most.
+QFont CellFont(int rowPixels) {
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSize(9);
+    while (font.pointSize() > 1 && QFontMetrics(font).height() >= rowPixels)
+        font.setPointSize(font.pointSize() - 1);
+    return font;
+}
+
+} // namespace
+
+frmMemoryMap::frmMemoryMap(AppState &state, QWidget *owner)
+    : ServiceDialog("frmMemoryMap", ClientWidth, ClientHeight, owner), state_(state),
+      msgMemory_(new FlexGrid(1, 1, this)), txtMemory_(new CellEditor(msgMemory_, FilterHexKey)),
+      lblAddr_(new QLabel(this)), lblValue_(new QLabel(this)) {
+    setWindowTitle("Memory Map");
+    MakeGrid();
+    MakeLabels();
+    FillGrid();
+    const auto *ok = AddButton("cmdOK", "&OK", OkPlace);
+    const auto *cancel = AddButton("cmdCancel", "&Cancel", CancelPlace);
+    connect(ok, &QPushButton::clicked, this, &frmMemoryMap::Store);
+    connect(cancel, &QPushButton::clicked, this, &frmMemoryMap::reject);
+    ConnectEvents();
+    msgMemory_->SetCurrent(1, 1);
+    msgMemory_->setFocus();
+}
+
+void frmMemoryMap::MakeGrid() {
+    const int rowPixels = TwipsToPixels(RowHeight, this);
+    msgMemory_->setObjectName("msgMemory");
+    msgMemory_->setAccessibleName(PickText(state_.language, Memory));
+    msgMemory_->setFont(CellFont(rowPixels));
+    // Three lines thick, the frame takes up what the grid is higher than its rows.
+    msgMemory_->setFrameStyle(QFrame::Box | QFrame::Sunken);
+    msgMemory_->setLineWidth(FrameLine);
+    msgMemory_->setMidLineWidth(FrameLine);
+    msgMemory_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    msgMemory_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    msgMemory_->SetCols(Cols);
+    msgMemory_->SetRows(Rows);
+    for (int row = 0; row < Rows; ++row)
+        msgMemory_->SetRowHeight(row, RowHeight);
+    msgMemory_->SetColWidth(0, ColumnTwips(2));
+    for (int col = 1; col < Cols; ++col)
+        msgMemory_->SetColWidth(col, ColumnTwips(1));
+    msgMemory_->setGeometry(TwipsToPixels(GridLeft, this), TwipsToPixels(GridTop, this),
+                            TwipsToPixels(GridWidth, this) + ExtraWidth,
+                            VisibleRows * rowPixels + ExtraHeight);
+    txtMemory_->setObjectName("txtMemory");
+    txtMemory_->setFont(msgMemory_->font());
+}
+
+void frmMemoryMap::MakeLabels() {
+    auto *equals = new QLabel("=", this);
+    equals->setObjectName("Label1");
+    equals->setGeometry(PlaceInPixels(EqualsPlace, this));
+    lblAddr_->setObjectName("lblAddr");
+    lblAddr_->setGeometry(PlaceInPixels(AddressPlace, this));
+    lblAddr_->setAccessibleName(PickText(state_.language, AddressName));
+    lblValue_->setObjectName("LblValue");
+    lblValue_->setGeometry(PlaceInPixels(ValuePlace, this));
+    lblValue_->setAccessibleName(PickText(state_.language, ValueName));
+    // The three do not begin at the same height, their texts do.
+    for (QLabel *label : {lblAddr_, equals, lblValue_}) {
+        label->setContentsMargins(0, equals->y() - label->y(), 0, 0);
+        label->setAlignment(Qt::AlignTop | (label == lblAddr_ ? Qt::AlignRight : Qt::AlignLeft));
+    }
+}
+
+void frmMemoryMap::FillGrid() {
+    for (int row = 1; row < Rows; ++row) {
+        const auto line = Line(state_.image, row - 1);
+        msgMemory_->SetCellText(row, 0, HexNumber(row - 1));
+        for (int col = 1; col < Cols; ++col)
+            msgMemory_->SetCellText(row, col, ToQt(HexCellText(line[static_cast<std::size_t>(col - 1)])));
+    }
+    for (int col = 1; col < Cols; ++col)
+        msgMemory_->SetCellText(0, col, HexNumber(col - 1));
+}
+
+void frmMemoryMap::ConnectEvents() {
+    connect(msgMemory_, &FlexGrid::CellEntered, this, &frmMemoryMap::ShowCurrentCell);
+    connect(msgMemory_, &FlexGrid::CellKeyPressed, this, &frmMemoryMap::msgMemory_KeyDown);
+    connect(msgMemory_, &FlexGrid::CellMouseUp, this, [this](Qt::MouseButton button) {
+        if (button == Qt::LeftButton)
+            BeginMemEdit(msgMemory_->Row(), msgMemory_->Col());
+    });
+    connect(msgMemory_, &FlexGrid::Scrolled, txtMemory_, &CellEditor::Abandon);
+    connect(txtMemory_, &CellEditor::EnterPressed, this, &frmMemoryMap::txtMemory_Enter);
+    connect(txtMemory_, &CellEditor::FocusLeft, this, &frmMemoryMap::txtMemory_Validate);
+    msgMemory_->installEventFilter(this);
+}
+
+void frmMemoryMap::ShowCurrentCell() {
+    const int row = msgMemory_->Row();
+    const int col = msgMemory_->Col();
+    lblAddr_->setText(msgMemory_->CellText(row, 0).left(LongestLineCaption) +
+                      msgMemory_->CellText(0, col).right(1));
+    lblValue_->setText(QString::number(HexCellByte(FromQt(msgMemory_->CellText(row, col)))));
+}
+
+void frmMemoryMap::msgMemory_KeyDown(const QString &text) {
+    if (text == "\r") {
+        BeginMemEdit(msgMemory_->Row(), msgMemory_->Col());
+    } else if (text.size() == 1) {
+        const auto digit = FilterHexKey("", false, text.front().toLatin1());
+        if (!digit)
+            return;
+        BeginMemEdit(msgMemory_->Row(), msgMemory_->Col());
+        if (txtMemory_->IsOpen())
+            txtMemory_->setText(QChar::fromLatin1(*digit));
+    }
+}
+
+/// The grid hands texts on, which do not tell the keypad's separator from a comma.
+bool frmMemoryMap::eventFilter(QObject *watched, QEvent *event) {
+    if (watched == msgMemory_ && event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (key->key() == Qt::Key_Comma && key->modifiers() == Qt::KeypadModifier) {
+            BeginMemEdit(msgMemory_->Row(), msgMemory_->Col());
+            return true;
+        }
+    }
+    return ServiceDialog::eventFilter(watched, event);
+}
+
+void frmMemoryMap::BeginMemEdit(int row, int col) {
+    if (!msgMemory_->SetCurrent(row, col))
+        return;
+    txtMemory_->setAccessibleName(lblAddr_->text());
+    txtMemory_->Open(msgMemory_->CellRect(row, col));
+}
+
+void frmMemoryMap::txtMemory_Enter() {
+    txtMemory_Validate();
+    msgMemory_->setFocus();
+    const int row = msgMemory_->Row();
+    const int col = msgMemory_->Col();
+    if (col < Cols - 1)
+        msgMemory_->SetCurrent(row, col + 1);
+    else if (row < Rows - 1)
+        msgMemory_->SetCurrent(row + 1, 1);
+}
+
+void frmMemoryMap::txtMemory_Validate() {
+    const std::string text = CompleteHexCell(FromQt(txtMemory_->EndEdit()));
+    msgMemory_->SetCellText(txtMemory_->Row(), txtMemory_->Col(), ToQt(text));
+    ShowCurrentCell();
+}
+
+void frmMemoryMap::Store() {
+    if (txtMemory_->IsOpen())
+        txtMemory_Validate();
+    for (int row = 1; row < Rows; ++row) {
+        const auto line = Line(state_.image, row - 1);
+        for (int col = 1; col < Cols; ++col)
+            line[static_cast<std::size_t>(col - 1)] = HexCellByte(FromQt(msgMemory_->CellText(row, col)));
+    }
+    accept();
+}
+
+} // namespace k470

@@ -1,0 +1,119 @@
+#include "ui/service/frmSetFreqRange.h"
+
+#include "core/Bands.h"
+#include "core/NumberText.h"
+#include "ui/service/LimitBox.h"
+#include "ui/shared/Messages.h"
+#include "ui/shared/Texts.h"
+#include "ui/shared/Twips.h"
+
+#include <QFrame>
+#include <QLabel>
+#include <QPushButton>
+
+namespace k470 {
+
+namespace {
+
+constexpr int ClientWidth = 4200; // twips, as all below
+constexpr int ClientHeight = 2115;
+constexpr Place FramePlace{240, 120, 3735, 1215};
+constexpr Place OkPlace{833, 1560, 1095, 375};
+constexpr Place CancelPlace{2273, 1560, 1095, 375};
+constexpr int LabelTop = 240; // in the frame
+
+constexpr double LowestLimit = 130; // MHz
+constexpr double HighestLimit = 490;
+constexpr double NarrowestSpan = 1;
+constexpr double WidestSpan = 100;
+
+constexpr TextPair Caption{"Custom", "自定义"};
+constexpr const char *Unit = " (MHz)";
+
+struct LimitControls {
+    const char *label;
+    TextPair caption;
+    const char *box;
+    Place place; // of the box in the frame
+};
+constexpr std::array<LimitControls, 2> Limits{{
+    {"LblFreq(0)", {"Min", "下限"}, "TxtFreq(0)", {360, 600, 975, 270}},
+    {"LblFreq(1)", {"Max", "上限"}, "TxtFreq(1)", {2280, 600, 975, 270}},
+}};
+
+} // namespace
+
+frmSetFreqRange::frmSetFreqRange(AppState &state, RangeHost &host, QWidget *owner)
+    : ServiceDialog("frmSetFreqRange", ClientWidth, ClientHeight, owner), state_(state), host_(host) {
+    setWindowTitle(PickText(state.language, Caption));
+    auto *frame = new QFrame(this);
+    frame->setObjectName("Frame1");
+    frame->setFrameStyle(QFrame::StyledPanel);
+    frame->setGeometry(PlaceInPixels(FramePlace, this));
+    AddLimit(0, frame, state.bandLow);
+    AddLimit(1, frame, state.bandHigh);
+    const auto *ok = AddButton("cmdOK", PickText(state.language, OkCaption), OkPlace);
+    const auto *cancel = AddButton("cmdCancel", PickText(state.language, CancelCaption), CancelPlace);
+    connect(ok, &QPushButton::clicked, this, &frmSetFreqRange::Apply);
+    connect(cancel, &QPushButton::clicked, this, &frmSetFreqRange::reject);
+    txtFreq_[0]->setFocus(Qt::TabFocusReason);
+}
+
+void frmSetFreqRange::AddLimit(std::size_t index, QWidget *frame, double limit) {
+    const LimitControls &controls = Limits[index];
+    auto *label = new QLabel(PickText(state_.language, controls.caption) + Unit, frame);
+    label->setObjectName(controls.label);
+    label->move(TwipsToPixels(controls.place.left, this), TwipsToPixels(LabelTop, this));
+    auto *box = new LimitBox(frame);
+    box->setObjectName(controls.box);
+    box->setAccessibleName(label->text());
+    box->setGeometry(PlaceInPixels(controls.place, this));
+    box->SetLimit(ToQt(ShortestDecimal(limit)));
+    connect(box, &LimitBox::FocusLeft, this, &frmSetFreqRange::TxtFreq_Validate);
+    txtFreq_[index] = box;
+}
+
+double frmSetFreqRange::Limit(std::size_t index) const {
+    return NumericPrefix(FromQt(txtFreq_[index]->text()));
+}
+
+void frmSetFreqRange::TxtFreq_Validate() {
+    for (std::size_t i = 0; i < txtFreq_.size(); ++i) {
+        if (Limit(i) < LowestLimit)
+            txtFreq_[i]->SetLimit(ToQt(ShortestDecimal(LowestLimit)));
+        else if (Limit(i) > HighestLimit)
+            txtFreq_[i]->SetLimit(ToQt(ShortestDecimal(HighestLimit)));
+    }
+}
+
+bool frmSetFreqRange::IsRangeAllowed() const {
+    const double span = RoundHalfEven(Limit(1)) - RoundHalfEven(Limit(0));
+    return span >= NarrowestSpan && span <= WidestSpan;
+}
+
+bool frmSetFreqRange::ConfirmErase() {
+    const auto answer =
+        ShowMessage(this, QMessageBox::Information, "", ResText(state_.language, Text::DataCleared),
+                    QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
+    return answer == QMessageBox::Ok;
+}
+
+void frmSetFreqRange::Apply() {
+    TxtFreq_Validate(); // the access key of a button leaves the focus where it is
+    if (!IsRangeAllowed()) {
+        const int id = Text::RangeRefused + static_cast<int>(state_.language);
+        ShowMessage(this, QMessageBox::NoIcon, ToQt(ModelWord), ToQt(LoadResString(id)));
+        return;
+    }
+    const Band limits{Limit(0), Limit(1)};
+    if (limits.low != state_.bandLow || limits.high != state_.bandHigh) {
+        if (!ConfirmErase())
+            return;
+        ChangeBand(state_, CustomBand, limits);
+        host_.RefreshChData();
+        host_.ShowTitle();
+    }
+    accept();
+}
+
+} // namespace k470
