@@ -1,0 +1,356 @@
+#include "ui/main/ChannelEditors.h"
+
+#include "core/Tones.h"
+#include "ui/shared/FlexGrid.h"
+#include "ui/shared/Messages.h"
+#include "ui/shared/Texts.h"
+#include "ui/shared/Twips.h"
+
+#include <QComboBox>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QRegularExpressionValidator>
+
+namespace k470 {
+
+namespace {
+
+constexpr int MaxFrequencyLength = 9;
+constexpr int TextInset = 20;    // twips by which the text box is smaller than its cell
+constexpr int ComboOverlap = 20; // twips by which a combo box reaches over its cell
+constexpr auto EnterKey = "\r";
+
+constexpr int ToneEditor = 0;
+constexpr int ChoiceEditor = 1;
+
+/// A key as its character: Enter as "\r", Backspace as "\b", Escape as "\x1b", "" for keys without one.
+QString KeyText(const QKeyEvent &event) {
+    switch (event.key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        return EnterKey;
+    default:
+        return event.text();
+    }
+}
+
+bool IsPrintable(const QString &text) {
+    return text.size() == 1 && text.front().isPrint();
+}
+
+} // namespace
+
+ChannelEditors::ChannelEditors(AppState &state, FlexGrid *grid)
+    : QObject(grid), state_(state), grid_(grid), txtChannel_(new QLineEdit(grid->parentWidget())) {
+    txtChannel_->setObjectName("TxtChannel");
+    txtChannel_->setMaxLength(MaxFrequencyLength);
+    // What comes without a key, from the clipboard or an input method, meets the same filter.
+    txtChannel_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9.,]*"), txtChannel_));
+    txtChannel_->setFrame(false);
+    txtChannel_->setAlignment(Qt::AlignCenter);
+    txtChannel_->setContextMenuPolicy(Qt::NoContextMenu);
+    txtChannel_->hide();
+    txtChannel_->installEventFilter(this);
+    for (std::size_t i = 0; i < cboChannel_.size(); ++i) {
+        auto *combo = new QComboBox(grid->parentWidget());
+        combo->setObjectName(QString("CboChannel(%1)").arg(i));
+        combo->setEditable(true);
+        combo->setCompleter(nullptr);
+        combo->setInsertPolicy(QComboBox::NoInsert);
+        combo->setMinimumWidth(0);
+        combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+        combo->lineEdit()->setContextMenuPolicy(Qt::NoContextMenu);
+        combo->hide();
+        combo->installEventFilter(this);
+        cboChannel_[i] = combo;
+    }
+    ConnectGrid();
+}
+
+void ChannelEditors::ConnectGrid() {
+    connect(grid_, &FlexGrid::CellEntered, this, &ChannelEditors::FollowCurrentCell);
+    connect(grid_, &FlexGrid::Scrolled, this, &ChannelEditors::TransferFocus);
+    connect(grid_, &FlexGrid::CellKeyPressed, this, &ChannelEditors::ChannelGrid_KeyPress);
+    connect(grid_, &FlexGrid::CellMouseUp, this, &ChannelEditors::ChannelGrid_MouseUp);
+    grid_->installEventFilter(this);
+}
+
+void ChannelEditors::FillToneList() {
+    QComboBox *tones = cboChannel_[0];
+    tones->clear();
+    for (const std::string &tone : state_.toneList)
+        tones->addItem(ToQt(tone));
+}
+
+RowTexts ChannelEditors::Row(int row) const {
+    RowTexts texts;
+    for (int col = ColRxFreq; col < GridCols; ++col)
+        texts[static_cast<std::size_t>(col)] = FromQt(grid_->CellText(row, col));
+    return texts;
+}
+
+void ChannelEditors::SetRow(int row, const RowTexts &texts) {
+    for (int col = ColRxFreq; col < GridCols; ++col)
+        grid_->SetCellText(row, col, ToQt(texts[static_cast<std::size_t>(col)]));
+}
+
+void ChannelEditors::FollowCurrentCell(int row, int col) {
+    state_.currentRow = static_cast<std::uint8_t>(row);
+    state_.currentCol = static_cast<std::uint8_t>(col);
+}
+
+void ChannelEditors::CorrectColumn(int row) {
+    const int entered = EnteredColumn(Row(row), grid_->Col());
+    if (entered != grid_->Col())
+        grid_->SetCurrent(row, entered);
+}
+
+void ChannelEditors::ChannelGrid_MouseUp(Qt::MouseButton button) {
+    if (button != Qt::LeftButton || grid_->Row() == 0)
+        return;
+    CorrectColumn(grid_->Row());
+    OpenCellEditor();
+}
+
+void ChannelEditors::ChannelGrid_KeyPress(const QString &text) {
+    if (grid_->Row() == 0)
+        return;
+    CorrectColumn(state_.currentRow);
+    const bool startsNumber = text.size() == 1 && (text == "." || (text >= "0" && text <= "9"));
+    if (text == EnterKey) {
+        OpenCellEditor();
+    } else if (startsNumber && (grid_->Col() == ColRxFreq || grid_->Col() == ColTxFreq)) {
+        OpenCellEditor();
+        txtChannel_->setText(text);
+    }
+}
+
+void ChannelEditors::OpenCellEditor() {
+    if (grid_->Row() == 0)
+        return;
+    EndOpenEdit();
+    FollowCurrentCell(grid_->Row(), grid_->Col());
+    row_ = grid_->Row();
+    col_ = grid_->Col();
+    const QString text = grid_->CellText(row_, col_);
+    switch (ChannelColumns[static_cast<std::size_t>(col_)].editor) {
+    case GridColumn::Editor::None:
+        break;
+    case GridColumn::Editor::Frequency:
+        OpenTextEditor(text);
+        break;
+    case GridColumn::Editor::Tone:
+        OpenToneEditor(text);
+        break;
+    case GridColumn::Editor::Choice:
+        OpenChoiceEditor(text);
+        break;
+    }
+}
+
+void ChannelEditors::OpenTextEditor(const QString &text) {
+    txtChannel_->setText(text);
+    ShowEditor(txtChannel_);
+    txtChannel_->selectAll();
+}
+
+void ChannelEditors::OpenToneEditor(const QString &text) {
+    if (text.isEmpty())
+        return; // a tone without its frequency
+    QComboBox *tones = cboChannel_[0];
+    tones->setItemText(0, ResText(state_.language, Text::None));
+    tones->setCurrentIndex(tones->findText(text));
+    tones->setEditText(text);
+    ShowEditor(tones);
+    tones->lineEdit()->selectAll();
+}
+
+void ChannelEditors::OpenChoiceEditor(const QString &text) {
+    QComboBox *choices = cboChannel_[1];
+    choices->clear();
+    for (const std::string &choice : ColumnChoices(col_, state_.language))
+        choices->addItem(ToQt(choice));
+    choices->setCurrentIndex(choices->findText(text));
+    choices->setEditText(text);
+    ShowEditor(choices);
+    choices->lineEdit()->selectAll();
+}
+
+void ChannelEditors::ShowEditor(QWidget *editor) {
+    open_ = editor;
+    editor->setAccessibleName(grid_->CellText(0, col_).simplified() + " " + grid_->CellText(row_, ColNumber));
+    PlaceEditor();
+    editor->show();
+    editor->raise();
+    editor->setFocus();
+}
+
+void ChannelEditors::PlaceEditor() {
+    QRect place = grid_->CellRect(row_, col_);
+    if (open_ == txtChannel_) {
+        const int inset = TwipsToPixels(TextInset, grid_);
+        place.adjust(0, 0, -inset, -inset);
+    } else {
+        const int overlap = TwipsToPixels(ComboOverlap, grid_);
+        place.adjust(-overlap, -overlap, 0, overlap);
+    }
+    open_->setGeometry(place);
+}
+
+void ChannelEditors::HideEditor() {
+    QWidget *editor = open_;
+    open_ = nullptr; // the focus that hiding takes away must not end the edit once more
+    if (editor != nullptr)
+        editor->hide();
+}
+
+void ChannelEditors::AbandonEdit() {
+    HideEditor();
+    grid_->setFocus();
+}
+
+void ChannelEditors::EndOpenEdit() {
+    if (open_ == txtChannel_)
+        TxtChannel_Validate();
+    else if (open_ == cboChannel_[0])
+        CboChannel_Validate(ToneEditor);
+    else if (open_ == cboChannel_[1])
+        CboChannel_Validate(ChoiceEditor);
+}
+
+void ChannelEditors::TransferFocus() {
+    EndOpenEdit();
+    grid_->setFocus();
+}
+
+void ChannelEditors::TxtChannel_Validate(Warning warning) {
+    const QString typed = txtChannel_->text();
+    HideEditor();
+    RowTexts texts = Row(row_);
+    const bool outOfRange =
+        col_ == ColRxFreq ? SetRowRx(texts, FromQt(typed), state_) : SetRowTx(texts, FromQt(typed), state_);
+    if (outOfRange)
+        WarnOutOfRange(warning);
+    SetRow(row_, texts);
+}
+
+void ChannelEditors::setChannelRx(int row, const QString &typed) {
+    RowTexts texts = Row(row);
+    if (SetRowRx(texts, FromQt(typed), state_))
+        WarnOutOfRange(Warning::AtOnce);
+    SetRow(row, texts);
+}
+
+void ChannelEditors::setChannelTx(int row, const QString &typed) {
+    RowTexts texts = Row(row);
+    if (SetRowTx(texts, FromQt(typed), state_))
+        WarnOutOfRange(Warning::AtOnce);
+    SetRow(row, texts);
+}
+
+void ChannelEditors::WarnOutOfRange(Warning warning) {
+    const auto show = [this] {
+        ShowMessage(grid_->window(), QMessageBox::Warning, ResText(state_.language, Text::Caution),
+                    ResText(state_.language, Text::OutOfRange));
+    };
+    if (warning == Warning::AtOnce)
+        show();
+    else // a focus change is under way: a message box now would get in between
+        QMetaObject::invokeMethod(this, show, Qt::QueuedConnection);
+}
+
+void ChannelEditors::CboChannel_Validate(int index) {
+    const QString typed = cboChannel_[static_cast<std::size_t>(index)]->currentText();
+    const QString text = index == ToneEditor ? ToQt(NormalizeTone(FromQt(typed), state_.language)) : typed;
+    grid_->SetCellText(row_, col_, text);
+    HideEditor();
+}
+
+void ChannelEditors::AdvanceFromFrequency() {
+    grid_->SetCurrent(row_, col_ + 1);
+}
+
+void ChannelEditors::AdvanceFromChoice() {
+    int row = row_;
+    int col = col_;
+    do {
+        if (col == ColRxTone && grid_->CellText(row, ColTxTone).isEmpty()) {
+            col = ColPower;
+        } else if (col == GridCols - 1) {
+            col = ColRxFreq;
+            row = row == grid_->Rows() - 1 ? 1 : row + 1;
+        } else {
+            ++col;
+        }
+    } while (grid_->ColWidth(col) == 0);
+    grid_->SetCurrent(row, col);
+}
+
+bool ChannelEditors::TxtChannel_KeyPress(const QString &key) {
+    if (key == EnterKey) {
+        TxtChannel_Validate();
+        grid_->setFocus();
+        AdvanceFromFrequency();
+        return true;
+    }
+    if (!IsPrintable(key))
+        return false;
+    const QChar c = key.front();
+    const bool accepted = (c >= '0' && c <= '9') || c == '.' || c == ',';
+    return !accepted;
+}
+
+bool ChannelEditors::CboChannel_KeyPress(int index, const QString &key) {
+    if (key == EnterKey) {
+        CboChannel_Validate(index);
+        grid_->setFocus();
+        AdvanceFromChoice();
+        return true;
+    }
+    if (index != ToneEditor || !IsPrintable(key))
+        return false;
+    QLineEdit *edit = cboChannel_[0]->lineEdit();
+    const bool allSelected = edit->selectedText() == edit->text();
+    const auto accepted = FilterToneKey(FromQt(edit->text()), allSelected, key.front().toLatin1());
+    if (accepted)
+        edit->insert(QString(QLatin1Char(*accepted)));
+    return true;
+}
+
+bool ChannelEditors::EditorKey(QWidget *editor, int key, const QString &text) {
+    if (key == Qt::Key_Escape) {
+        AbandonEdit();
+        return true;
+    }
+    if (editor == txtChannel_)
+        return TxtChannel_KeyPress(text);
+    return CboChannel_KeyPress(editor == cboChannel_[0] ? ToneEditor : ChoiceEditor, text);
+}
+
+bool ChannelEditors::eventFilter(QObject *watched, QEvent *event) {
+    if (watched == grid_) {
+        if (event->type() == QEvent::Resize && open_ != nullptr)
+            PlaceEditor();
+        return false;
+    }
+    if (watched != open_)
+        return false;
+    if (event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if ((key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0)
+            return false;
+        return EditorKey(open_, key->key(), KeyText(*key));
+    }
+    if (event->type() == QEvent::FocusOut) {
+        const auto reason = static_cast<QFocusEvent *>(event)->reason();
+        const bool leavesForGood = reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason &&
+                                   reason != Qt::MenuBarFocusReason;
+        if (leavesForGood && open_ == txtChannel_)
+            TxtChannel_Validate(Warning::Later);
+        else if (leavesForGood)
+            EndOpenEdit();
+    }
+    return false;
+}
+
+} // namespace k470

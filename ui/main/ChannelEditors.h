@@ -1,0 +1,84 @@
+#pragma once
+
+#include "core/AppState.h"
+#include "core/ChannelRows.h"
+
+#include <QObject>
+
+#include <array>
+
+class QComboBox;
+class QLineEdit;
+
+namespace k470 {
+
+class FlexGrid;
+
+/// The editors that are laid over a cell of the channel grid: a text box for frequencies, a combo box for
+/// tones and one for every other setting. At most one is open. They change the grid's texts, never the image.
+class ChannelEditors : public QObject {
+    Q_OBJECT
+
+public:
+    /// @param grid the channel grid; the editors become its siblings
+    ChannelEditors(AppState &state, FlexGrid *grid);
+
+    /// Puts the tone list of the state into the tone editor.
+    void FillToneList();
+
+    /// Opens the editor of the grid's current cell.
+    void OpenCellEditor();
+
+    /// Ends an open edit, taking its value over, and gives the focus to the grid.
+    void TransferFocus();
+    /// Ends an open edit, taking its value over; the focus stays where it is.
+    void EndOpenEdit();
+
+    /// The texts of a grid row. @param row 1 and up
+    RowTexts Row(int row) const;
+    void SetRow(int row, const RowTexts &texts);
+
+    /// Sets a row's receive or transmit frequency from a typed text; warns when it is outside the band.
+    void setChannelRx(int row, const QString &typed);
+    void setChannelTx(int row, const QString &typed);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    /// How a frequency outside the band is reported: at once, or after the event that ended the edit.
+    enum class Warning { AtOnce, Later };
+
+    void ConnectGrid();
+    void FollowCurrentCell(int row, int col);
+    void CorrectColumn(int row);
+    void ChannelGrid_KeyPress(const QString &text);
+    void ChannelGrid_MouseUp(Qt::MouseButton button);
+
+    void PlaceEditor();
+    void OpenTextEditor(const QString &text);
+    void OpenToneEditor(const QString &text);
+    void OpenChoiceEditor(const QString &text);
+    void ShowEditor(QWidget *editor);
+    void HideEditor();
+    void AbandonEdit();
+
+    void TxtChannel_Validate(Warning warning = Warning::AtOnce);
+    void CboChannel_Validate(int index);
+    bool TxtChannel_KeyPress(const QString &key);
+    bool CboChannel_KeyPress(int index, const QString &key);
+    bool EditorKey(QWidget *editor, int key, const QString &text);
+    void AdvanceFromFrequency();
+    void AdvanceFromChoice();
+    void WarnOutOfRange(Warning warning);
+
+    AppState &state_;
+    FlexGrid *grid_;
+    QLineEdit *txtChannel_;
+    std::array<QComboBox *, 2> cboChannel_;
+    QWidget *open_ = nullptr; ///< the editor that is open
+    int row_ = 0;             ///< the cell that it covers
+    int col_ = 0;
+};
+
+} // namespace k470

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "resources/StringTable.h"
+
+#include <functional>
+
+class QDialog;
+class QHBoxLayout;
+
+namespace k470 {
+
+/// The row of a dialog's cmdOK, which is its default button, and cmdCancel, which rejects it.
+QHBoxLayout *MakeDialogButtons(QDialog *dialog, Language language, const std::function<void()> &onOk);
+
+} // namespace k470

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "files/FileCommands.h"
+#include "ui/main/frmclone.h"
+#include "ui/service/frmSetFreqRange.h"
+
+#include <QMainWindow>
+#include <QTimer>
+
+#include <array>
+#include <ctime>
+
+class QFrame;
+class QHBoxLayout;
+class QLabel;
+
+namespace k470 {
+
+class ChannelEditors;
+class FlexGrid;
+class RadioPanel;
+
+/// The main window, which is the program: the channel grid and its editors, band and settings, menus, toolbar
+/// and status bar. It decodes its controls from the image of the state and encodes them back into it.
+class frmMain : public QMainWindow, private FileCommandView, private CloneHost, private RangeHost {
+    Q_OBJECT
+
+public:
+    /// Loads the preferences into the state, makes a new codeplug and paints everything.
+    /// @param store read here and written when the window closes
+    frmMain(AppState &state, PreferenceStore &store);
+
+    /// Opens a codeplug file as the Open command does after its dialog.
+    void OpenNamed(const QString &path);
+
+    // Commands of the menu and the toolbar, in the order of the menu bar.
+    void FileNew();
+    void FileOpen();
+    void FileSave();
+    void FileSaveAs();
+    void FileExit();
+    void ReadRadio();
+    void WriteRadio();
+    void SetPort();
+    void SetLanguage();
+    void OpenAdvanced();
+    void ShowAbout();
+    void CommitEdits() override;
+
+    void RefreshAll();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void MakeGrid();
+    void MakeCentre();
+    void MakeMenus();
+    void MakeToolbar();
+    void MakeStatusBar();
+    void LayOutGrid();
+    void ApplyStatedWidths();
+    void PaintToolbar();
+
+    void ApplyCaptions();
+    void SetGridHeaders();
+    void TransferFocus() override;
+    void RefreshChannelOP() override;
+    void RefreshChData() override;
+    void RefreshData() override;
+    void StoreChannels();
+    void CollectSettings();
+    void ShowTitle() override;
+
+    void BandClicked(int position);
+    void RefreshBand();
+    void ChannelCountClicked();
+    void OpenMemoryMap(Qt::MouseButton button, Qt::KeyboardModifiers modifiers);
+    void TransferWith(CloneMode mode, int question);
+    void Tick();
+    QString PortToolTip();
+
+    SaveAnswer AskSaveFirst(std::string_view text) override;
+    bool ConfirmClearAll(std::string_view text, std::string_view title) override;
+    void ShowMessage(std::string_view text, Icon icon, std::string_view title) override;
+    std::optional<std::string> ChooseOpenFile() override;
+    std::optional<std::string> ChooseSaveFile(const std::string &proposed) override;
+
+    void ShowPort() override;
+    void RefreshAfterRead() override;
+    ComPortTable ComPorts() override;
+
+    AppState &state_;
+    PreferenceStore &store_;
+    FileCommands files_;
+    QFrame *frame1_ = nullptr;
+    FlexGrid *grid_ = nullptr;
+    ChannelEditors *editors_ = nullptr;
+    RadioPanel *panel_ = nullptr;
+    QHBoxLayout *centre_ = nullptr;
+    std::array<QLabel *, 4> panels_{}; ///< of the status bar MSBar
+    QTimer time_;
+    std::time_t shownTime_ = 0;
+};
+
+} // namespace k470

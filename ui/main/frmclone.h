@@ -1,0 +1,65 @@
+#pragma once
+
+#include "core/AppState.h"
+#include "link/CloneSession.h"
+#include "link/ComPorts.h"
+#include "link/QtCloneTimers.h"
+#include "link/QtSerialPort.h"
+
+#include <QDialog>
+
+class QLabel;
+class QProgressBar;
+
+namespace k470 {
+
+/// What the transfer window asks of the main window.
+class CloneHost {
+public:
+    virtual ~CloneHost() = default;
+    /// The state has another port number: show it.
+    virtual void ShowPort() = 0;
+    /// The image holds what was read: show it.
+    virtual void RefreshAfterRead() = 0;
+    /// The system's serial devices now.
+    virtual ComPortTable ComPorts() = 0;
+};
+
+/// The transfer window: runs one clone session in the direction of state.cloneMode from the moment it is
+/// shown, and closes when the session ends. Closing it ends the session.
+class frmclone : public QDialog, private CloneView {
+    Q_OBJECT
+
+public:
+    frmclone(AppState &state, CloneHost &host, QWidget *owner);
+    ~frmclone() override;
+
+    void done(int result) override;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void ShowPercentLabel() override;
+    void ShowProgress(int value, int maximum) override;
+    void SetPercentLabel(const std::string &text) override;
+    void ShowPortNumber() override;
+    void ShowOpenFailure(const PortFailure &failure) override;
+    bool AskRetry() override;
+    void ShowCompleted() override;
+    void RefreshAfterRead() override;
+    void WarnMissingLines(const std::vector<int> &lines) override;
+    std::vector<std::string> EnumComPorts() override;
+    void CloseWindow() override;
+
+    AppState &state_;
+    CloneHost &host_;
+    QProgressBar *prgPercent_;
+    QLabel *lblPercent_;
+    QtSerialPort port_;
+    QtCloneTimers timers_;
+    CloneSession session_;
+    bool started_ = false;
+};
+
+} // namespace k470
