@@ -2,6 +2,8 @@
 
 #include "ui/shared/Twips.h"
 
+#include <QFontInfo>
+#include <QFontMetrics>
 #include <QKeyEvent>
 #include <QPushButton>
 
@@ -10,6 +12,16 @@ namespace k470 {
 QRect PlaceInPixels(const Place &place, const QWidget *widget) {
     return {TwipsToPixels(place.left, widget), TwipsToPixels(place.top, widget),
             TwipsToPixels(place.width, widget), TwipsToPixels(place.height, widget)};
+}
+
+QFont FittingFont(QFont font, const QString &text, QSize room) {
+    const auto fits = [&] {
+        const QFontMetrics metrics(font);
+        return metrics.horizontalAdvance(text) <= room.width() && metrics.height() <= room.height();
+    };
+    for (int points = QFontInfo(font).pointSize(); points > 1 && !fits();)
+        font.setPointSize(--points);
+    return font;
 }
 
 ServiceDialog::ServiceDialog(const char *name, int width, int height, QWidget *owner) : QDialog(owner) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QFont>
 
 class QPushButton;
 
@@ -16,6 +17,9 @@ struct Place {
 
 /// The place in device-independent pixels of the widget.
 QRect PlaceInPixels(const Place &place, const QWidget *widget);
+
+/// The font, as much smaller as the text needs to fit into a cell. @param room in pixels
+QFont FittingFont(QFont font, const QString &text, QSize room);
 
 /// A modal window of a fixed size whose controls stand at stated places. No button is the default one: Enter
 /// belongs to grids and text boxes, and presses a button only when the button has the focus.

@@ -3,10 +3,12 @@
 #include "ui/shared/CellEditor.h"
 #include "ui/shared/FlexGrid.h"
 #include "ui/shared/Texts.h"
+#include "ui/shared/ThemedIcon.h"
 #include "ui/shared/Twips.h"
 
-#include <QIcon>
 #include <QPushButton>
+
+#include <algorithm>
 
 namespace k470 {
 
@@ -19,6 +21,9 @@ constexpr Place OkPlace{4838, 1560, 1095, 375};
 constexpr Place CancelPlace{6278, 1560, 1095, 375};
 constexpr int EditorTop = 30; // of the editor in its cell
 constexpr int EditorInset = 80;
+
+constexpr QSize CellEdges(5, 1); // pixels of a cell that its text leaves free
+constexpr auto WidestCaption = "555M";
 
 constexpr TextPair Caption{" Tune", " 电调"};
 constexpr TextPair Levels{"Tuning levels", "电调值"};
@@ -35,7 +40,7 @@ frmAdv::frmAdv(AppState &state, QWidget *owner)
     : ServiceDialog("frmAdv", ClientWidth, ClientHeight, owner), state_(state),
       tuneData_(LoadTuneData(state.image)), layout_(LayOutTuning(state.bandLow, state.bandHigh)),
       tunGrid_(new FlexGrid(1, 1, this)), txtTun_(new CellEditor(tunGrid_, FilterLevelKey)) {
-    setWindowIcon(QIcon(":/icons/k470.svg"));
+    setWindowIcon(ThemedIcon(":/icons/k470.svg", palette()));
     setWindowTitle(ToQt(ModelWord) + PickText(state.language, Caption));
     tunGrid_->setObjectName("TunGrid");
     tunGrid_->setAccessibleName(PickText(state.language, Levels));
@@ -86,9 +91,13 @@ void frmAdv::FitCells() {
     const int height = tunGrid_->height() - frame;
     const int width = tunGrid_->width() - frame - TwipsToPixels(TuneCaptionWidth, this);
     const auto part = [](int whole, int count, int i) { return whole * (i + 1) / count - whole * i / count; };
-    const int twipsPerInch = 1440;
+    constexpr int TwipsPerInch = 1440;
     for (int row = 0; row < TuneRows; ++row)
-        tunGrid_->SetRowHeight(row, part(height, TuneRows, row) * twipsPerInch / tunGrid_->logicalDpiY());
+        tunGrid_->SetRowHeight(row, part(height, TuneRows, row) * TwipsPerInch / tunGrid_->logicalDpiY());
+    if (layout_.segmentCount > 0) {
+        const QSize caption(width / layout_.segmentCount, height / TuneRows);
+        tunGrid_->setFont(FittingFont(tunGrid_->font(), WidestCaption, caption - CellEdges));
+    }
     for (int col = 1; col <= layout_.segmentCount; ++col)
         if (tunGrid_->ColWidth(col) > 0)
             tunGrid_->setColumnWidth(col - 1, part(width, layout_.segmentCount, col - 1));
@@ -128,11 +137,16 @@ void frmAdv::BeginTunEdit() {
     const int col = tunGrid_->Col();
     if (!tunGrid_->IsCellSelectable(row, col))
         return;
-    const int inset = TwipsToPixels(EditorInset, this);
-    const QRect cell = tunGrid_->CellRect(row, col);
     txtTun_->setAccessibleName(tunGrid_->CellText(row, 0) + " " + tunGrid_->CellText(TuneCaptionRow, col));
-    txtTun_->Open({cell.left(), cell.top() + TwipsToPixels(EditorTop, this), cell.width() - inset,
-                   cell.height() - inset});
+    PlaceEditor(tunGrid_->CellRect(row, col));
+}
+
+/// The stated place is not in the middle of the cell; margins let the text stay where it is in the grid.
+void frmAdv::PlaceEditor(const QRect &cell) {
+    const int top = TwipsToPixels(EditorTop, this);
+    const int inset = TwipsToPixels(EditorInset, this);
+    txtTun_->setTextMargins(inset, std::max(0, inset - 2 * top), 0, 0);
+    txtTun_->Open({cell.left(), cell.top() + top, cell.width() - inset, cell.height() - inset});
 }
 
 void frmAdv::TxtTun_Enter() {

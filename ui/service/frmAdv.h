@@ -29,6 +29,7 @@ private:
 
     void TunGrid_KeyPress(const QString &text);
     void BeginTunEdit();
+    void PlaceEditor(const QRect &cell);
     void TxtTun_Enter();
     void TxtTun_Validate();
     void CommitOpenEditors();

@@ -8,11 +8,14 @@
 #include "ui/shared/Twips.h"
 
 #include <QFontDatabase>
-#include <QFontMetrics>
+#include <QFontInfo>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPalette>
 #include <QPushButton>
 #include <QScrollBar>
+
+#include <algorithm>
 
 namespace k470 {
 
@@ -25,7 +28,7 @@ constexpr int GridTop = 120;
 constexpr int GridWidth = 8175;
 constexpr int RowHeight = 240;
 constexpr Place AddressPlace{105, 4590, 1095, 300};
-constexpr Place EqualsPlace{1320, 4600, 120, 285};
+constexpr Place EqualsPlace{1320, 4600, 120, 280};
 constexpr Place ValuePlace{1560, 4560, 1095, 300};
 constexpr Place OkPlace{6000, 4560, 1100, 350};
 constexpr Place CancelPlace{7173, 4560, 1100, 350};
@@ -35,8 +38,10 @@ constexpr int Cols = LineSize + 1;
 constexpr int VisibleRows = 17;
 constexpr int ExtraWidth = -2; // pixels that the grid differs from its design width
 constexpr int ExtraHeight = 7; // pixels that it is higher than its visible rows
-constexpr int FrameLine = 1;   // pixels of each of the three lines of its frame
+constexpr int FrameLine = 1;   // pixels of each line of its frame
 constexpr std::size_t LongestLineCaption = 3;
+
+constexpr QSize CellEdges(5, 1); // pixels of a cell that its text leaves free
 
 constexpr TextPair Memory{"Memory", "存储器"};
 constexpr TextPair AddressName{"Address", "地址"};
@@ -48,15 +53,6 @@ int ColumnTwips(int parts) {
 
 QString HexNumber(int number) {
     return QString::number(number, 16).toUpper();
-}
-
-/// The system's fixed-pitch font, as large as a row is high at most.
-QFont CellFont(int rowPixels) {
-    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    font.setPointSize(9);
-    while (font.pointSize() > 1 && QFontMetrics(font).height() >= rowPixels)
-        font.setPointSize(font.pointSize() - 1);
-    return font;
 }
 
 } // namespace
@@ -79,14 +75,13 @@ frmMemoryMap::frmMemoryMap(AppState &state, QWidget *owner)
 }
 
 void frmMemoryMap::MakeGrid() {
-    const int rowPixels = TwipsToPixels(RowHeight, this);
+    const QSize cell(TwipsToPixels(ColumnTwips(1), this), TwipsToPixels(RowHeight, this));
     msgMemory_->setObjectName("msgMemory");
     msgMemory_->setAccessibleName(PickText(state_.language, Memory));
-    msgMemory_->setFont(CellFont(rowPixels));
-    // Three lines thick, the frame takes up what the grid is higher than its rows.
-    msgMemory_->setFrameStyle(QFrame::Box | QFrame::Sunken);
-    msgMemory_->setLineWidth(FrameLine);
-    msgMemory_->setMidLineWidth(FrameLine);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSize(QFontInfo(msgMemory_->font()).pointSize());
+    msgMemory_->setFont(FittingFont(font, HexCellText(0xFF).c_str(), cell - CellEdges));
+    MakeFrame();
     msgMemory_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     msgMemory_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     msgMemory_->SetCols(Cols);
@@ -96,11 +91,26 @@ void frmMemoryMap::MakeGrid() {
     msgMemory_->SetColWidth(0, ColumnTwips(2));
     for (int col = 1; col < Cols; ++col)
         msgMemory_->SetColWidth(col, ColumnTwips(1));
+    // A style with a broad scroll bar needs more than the stated width.
+    const int needed = TwipsToPixels(ColumnTwips(2), this) + static_cast<int>(LineSize) * cell.width() +
+                       2 * msgMemory_->frameWidth() + msgMemory_->verticalScrollBar()->sizeHint().width();
     msgMemory_->setGeometry(TwipsToPixels(GridLeft, this), TwipsToPixels(GridTop, this),
-                            TwipsToPixels(GridWidth, this) + ExtraWidth,
-                            VisibleRows * rowPixels + ExtraHeight);
+                            std::max(TwipsToPixels(GridWidth, this) + ExtraWidth, needed),
+                            VisibleRows * cell.height() + ExtraHeight);
     txtMemory_->setObjectName("txtMemory");
-    txtMemory_->setFont(msgMemory_->font());
+}
+
+/// The grid is drawn three-dimensional: three lines of frame take up what it is higher than its rows. Their
+/// shades follow the window's ground, also where a dark theme states none.
+void frmMemoryMap::MakeFrame() {
+    msgMemory_->setFrameStyle(QFrame::Box | QFrame::Sunken);
+    msgMemory_->setLineWidth(FrameLine);
+    msgMemory_->setMidLineWidth(FrameLine);
+    const QPalette shades(palette().color(QPalette::Window));
+    QPalette framed;
+    for (const auto role : {QPalette::Light, QPalette::Mid, QPalette::Dark})
+        framed.setColor(role, shades.color(role));
+    msgMemory_->setPalette(framed);
 }
 
 void frmMemoryMap::MakeLabels() {
@@ -113,10 +123,12 @@ void frmMemoryMap::MakeLabels() {
     lblValue_->setObjectName("LblValue");
     lblValue_->setGeometry(PlaceInPixels(ValuePlace, this));
     lblValue_->setAccessibleName(PickText(state_.language, ValueName));
-    // The three do not begin at the same height, their texts do.
+    // The three do not stand at the same height, their texts do: on the middle line of the first.
+    const int middle = lblAddr_->y() + lblAddr_->height() / 2;
     for (QLabel *label : {lblAddr_, equals, lblValue_}) {
-        label->setContentsMargins(0, equals->y() - label->y(), 0, 0);
-        label->setAlignment(Qt::AlignTop | (label == lblAddr_ ? Qt::AlignRight : Qt::AlignLeft));
+        const int below = 2 * (middle - label->y()) - label->height(); // of the label's own middle, doubled
+        label->setContentsMargins(0, std::max(below, 0), 0, std::max(-below, 0));
+        label->setAlignment(Qt::AlignVCenter | (label == lblAddr_ ? Qt::AlignRight : Qt::AlignLeft));
     }
 }
 

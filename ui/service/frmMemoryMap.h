@@ -23,6 +23,7 @@ protected:
 
 private:
     void MakeGrid();
+    void MakeFrame();
     void FillGrid();
     void MakeLabels();
     void ConnectEvents();

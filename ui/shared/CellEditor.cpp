@@ -11,6 +11,8 @@ namespace k470 {
 
 namespace {
 
+constexpr int CellFrame = 1; // pixels round the current cell, which stay visible
+
 /// Applies a key filter to a whole text, so that what comes from the clipboard or an input method meets it
 /// too.
 class FilterValidator : public QValidator {
@@ -54,7 +56,10 @@ void CellEditor::Open(const QRect &place) {
     col_ = grid_->Col();
     savedCellText_ = grid_->CellText(row_, col_);
     isOpen_ = true;
+    setFont(grid_->font());
     setGeometry(place);
+    const QRect inFrame = grid_->CellRect(row_, col_).adjusted(CellFrame, CellFrame, -CellFrame, -CellFrame);
+    setMask(inFrame.intersected(place).translated(-place.topLeft()));
     setText(savedCellText_);
     show();
     raise();
