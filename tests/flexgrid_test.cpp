@@ -295,7 +295,8 @@ TEST_F(FlexGridTest, MakesTheCellOfALeftPressCurrentAndReportsTheReleaseOverACel
                  {"cell out of use", At(2, 2), At(2, 2), Qt::LeftButton, {}, {1, 1}, false},
                  {"right button", At(3, 4), At(3, 4), Qt::RightButton, {}, {1, 1}, true},
                  {"right with modifiers", At(3, 4), At(3, 4), Qt::RightButton, all, {1, 1}, true},
-                 {"right beside the cells", right, right, Qt::RightButton, all, {1, 1}, false}};
+                 {"right beside the cells", right, right, Qt::RightButton, all, {1, 1}, true},
+                 {"right released on the captions", At(3, 4), above, Qt::RightButton, all, {1, 1}, false}};
     for (const auto &[what, press, release, button, modifiers, current, raised] : cases) {
         grid->SetCurrent(1, 1);
         QSignalSpy ups(grid, &FlexGrid::CellMouseUp);

@@ -552,7 +552,7 @@ void FlexGrid::mousePressEvent(QMouseEvent *event) {
     pressPos_ = event->position().toPoint();
     const QModelIndex index = indexAt(pressPos_);
     const bool isLeft = event->button() == Qt::LeftButton;
-    pressed_.setFlag(event->button(), isLeft ? IsSelectable(index) : index.isValid());
+    pressed_.setFlag(event->button(), !isLeft || IsSelectable(index));
     if (isLeft)
         MakeCurrent(index);
 }
@@ -572,7 +572,8 @@ void FlexGrid::mouseReleaseEvent(QMouseEvent *event) {
     const QPoint pos = event->position().toPoint();
     // A press on a cell that is cut at the edge scrolls it into view, away from under a mouse that stays.
     const bool stayed = (pos - pressPos_).manhattanLength() < QApplication::startDragDistance();
-    if (stayed || (viewport()->rect().contains(pos) && indexAt(pos).isValid()))
+    const bool isLeft = event->button() == Qt::LeftButton;
+    if (stayed || (viewport()->rect().contains(pos) && (!isLeft || indexAt(pos).isValid())))
         emit CellMouseUp(event->button(), event->modifiers());
 }
 

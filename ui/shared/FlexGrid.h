@@ -74,8 +74,8 @@ signals:
     void CellEntered(int row, int col);
     /// The cells moved under the view, whoever moved them.
     void Scrolled();
-    /// A button pressed on a cell was released on a cell, none of them fixed: the same or another. The press
-    /// of the left button made its cell current; other buttons leave the current cell alone.
+    /// The left button, pressed on a cell, was released on a cell, none of them fixed: the same or another.
+    /// The press made its cell current. Another button was pressed and released anywhere below the captions.
     void CellMouseUp(Qt::MouseButton button, Qt::KeyboardModifiers modifiers);
     /// A key that the grid does not use itself: Enter (as "\r") or a printable text.
     void CellKeyPressed(const QString &text);
