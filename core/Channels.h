@@ -12,7 +12,7 @@ inline constexpr double LowestFrequency = 130;  ///< MHz
 inline constexpr double HighestFrequency = 490; ///< MHz
 
 /// A channel's frequency as the grid shows it.
-/// @param ch channel, 0 to 98
+/// @param ch line of the record, 0 to 111; 0 to 98 are channels
 /// @return MHz with five decimals ("146.52500"); "" when one of its four bytes is 0xFF or not packed decimal
 std::string GetFreqString(const MemoryImage &image, Field which, int ch);
 

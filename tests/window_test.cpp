@@ -415,6 +415,17 @@ TEST_F(MainWindow, AChannelCountActsAtOnceAndKeepsTheContents) {
     EXPECT_EQ(state.gridRows, 41);
 }
 
+TEST_F(MainWindow, SteppingTheChannelCountKeepsTheFocus) {
+    Open({{"Language", "0"}, {"gbRows", "100"}});
+    auto *count = Combo("Combo1(3)");
+    count->setFocus();
+    grid->verticalScrollBar()->setValue(30);
+    count->setFocus();
+    QTest::keyClick(count, Qt::Key_Up);
+    EXPECT_EQ(grid->Rows(), 99);
+    EXPECT_TRUE(count->hasFocus());
+}
+
 TEST_F(MainWindow, OddChannelCountBytesWork) {
     Open();
     state.image[Address::ChannelCount] = 0;
@@ -533,6 +544,11 @@ TEST_F(MainWindow, OnlyTheWholeGestureOpensTheMemoryMap) {
     EXPECT_FALSE(release(Qt::ShiftModifier | Qt::ControlModifier, Qt::RightButton));
     EXPECT_FALSE(release({}, Qt::RightButton));
     EXPECT_TRUE(release(all, Qt::RightButton));
+
+    state.image[Address::ChannelCount] = 0;
+    TakeGridRowsFromImage(state);
+    window->RefreshAll();
+    EXPECT_TRUE(release(all, Qt::RightButton)) << "a grid without channels is a way to it as well";
 }
 
 TEST_F(MainWindow, EveryCommandOpensItsWindow) {

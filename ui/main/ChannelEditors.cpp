@@ -35,7 +35,7 @@ QString KeyText(const QKeyEvent &event) {
 }
 
 bool IsPrintable(const QString &text) {
-    return text.size() == 1 && text.front().isPrint();
+    return !text.isEmpty() && text.front().isPrint();
 }
 
 } // namespace
@@ -60,10 +60,13 @@ ChannelEditors::ChannelEditors(AppState &state, FlexGrid *grid)
         combo->setMinimumWidth(0);
         combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
         combo->lineEdit()->setContextMenuPolicy(Qt::NoContextMenu);
+        combo->lineEdit()->setAcceptDrops(false);
         combo->hide();
         combo->installEventFilter(this);
         cboChannel_[i] = combo;
     }
+    // Every character of a tone passes the key filter: an input method would bring them past it.
+    cboChannel_[0]->setAttribute(Qt::WA_InputMethodEnabled, false);
     ConnectGrid();
 }
 
@@ -337,6 +340,8 @@ bool ChannelEditors::eventFilter(QObject *watched, QEvent *event) {
         return false;
     if (event->type() == QEvent::KeyPress) {
         const auto *key = static_cast<QKeyEvent *>(event);
+        if (open_ == cboChannel_[0] && key->matches(QKeySequence::Paste))
+            return true;
         if ((key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0)
             return false;
         return EditorKey(open_, key->key(), KeyText(*key));

@@ -18,6 +18,7 @@ namespace {
 constexpr TextPair ModelCaption{"Model Information", "机型信息"};
 constexpr TextPair FunctionCaption{"Function Setup", "功能设定"};
 constexpr auto FullWidthColon = "：";
+constexpr double SmallPrint = 0.9;
 constexpr TextPair Notice{"For authorised service of K470 radios.", "供 K470 对讲机授权维护使用。"};
 
 std::size_t IndexOf(const SettingShape &shape) {
@@ -56,7 +57,9 @@ RadioPanel::RadioPanel(AppState &state, QWidget *parent)
     auto *notice = new QLabel(this);
     notice->setObjectName("Label3");
     notice->setWordWrap(true);
-    notice->setEnabled(false);
+    QFont small = notice->font();
+    small.setPointSizeF(small.pointSizeF() * SmallPrint);
+    notice->setFont(small);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(frame3_);

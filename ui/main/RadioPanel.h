@@ -23,6 +23,7 @@ public:
     explicit RadioPanel(AppState &state, QWidget *parent);
 
     /// Writes every caption and list text in the language of the state; selections stay.
+    /// The band part also makes the band just chosen the one in force in the state's previousBand.
     void ApplyBandCaptions();
     void ApplySettingCaptions();
 

@@ -29,6 +29,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QSignalBlocker>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QToolTip>
@@ -260,11 +261,14 @@ void frmMain::ApplyStatedWidths() {
 }
 
 void frmMain::RefreshChannelOP() {
-    ApplyStatedWidths();
     if (!isMinimized() && !isMaximized()) {
+        ApplyStatedWidths();
         const WindowWidths &widths = state_.gridRows < WideRows ? NarrowLayout : WideLayout;
         resize(TwipsToPixels(widths.window, this), height());
     }
+    // Rows that go and the first cell that becomes current may scroll the grid; that ends no edit and takes
+    // no focus.
+    const QSignalBlocker quiet(grid_);
     grid_->SetRows(state_.gridRows);
     grid_->SetCols(GridCols);
     for (int row = 1; row < state_.gridRows; ++row) {

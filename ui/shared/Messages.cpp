@@ -9,7 +9,8 @@ namespace k470 {
 QMessageBox::StandardButton ShowMessage(QWidget *owner, QMessageBox::Icon icon, const QString &title,
                                         const QString &text, QMessageBox::StandardButtons buttons,
                                         QMessageBox::StandardButton defaultButton) {
-    QMessageBox box(icon, title, text, buttons, owner);
+    // The toolkit fills a title that is quite empty with the program's name.
+    QMessageBox box(icon, title.isEmpty() ? QString(" ") : title, text, buttons, owner);
     box.setObjectName("MessageBox");
     box.setTextFormat(Qt::PlainText);
     box.setDefaultButton(defaultButton);
