@@ -1,5 +1,6 @@
 #include "core/NumberText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -32,6 +33,21 @@ struct Parsed {
     std::size_t length = 0; ///< characters used, 0 when there is no number
 };
 
+/// Whether a number that no double can hold is too small for one, not too large: from_chars fails alike for
+/// both.
+bool IsTooSmall(std::string_view number) {
+    const std::string_view digits = number.substr(0, number.find_first_of("eE"));
+    std::string_view power = number.substr(digits.size());
+    power.remove_prefix(std::min(power.find_first_not_of("eE+"), power.size()));
+    int exponent = 0;
+    const auto result = std::from_chars(power.data(), power.data() + power.size(), exponent);
+    if (result.ec == std::errc::result_out_of_range)
+        return power.starts_with('-');
+    const auto point = static_cast<std::int64_t>(std::min(digits.find('.'), digits.size()));
+    const auto first = static_cast<std::int64_t>(digits.find_first_of("123456789"));
+    return point - first + exponent < 0;
+}
+
 /// Only what starts with a digit or a point may reach from_chars, which would also take "inf" and "nan".
 Parsed DecimalPrefix(std::string_view text) {
     const bool negative = text.starts_with('-');
@@ -43,9 +59,10 @@ Parsed DecimalPrefix(std::string_view text) {
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
     if (result.ec == std::errc::invalid_argument)
         return {};
+    const auto length = static_cast<std::size_t>(result.ptr - digits.data());
     if (result.ec == std::errc::result_out_of_range)
-        value = std::numeric_limits<double>::max();
-    return {negative ? -value : value, sign + static_cast<std::size_t>(result.ptr - digits.data())};
+        value = IsTooSmall(digits.substr(0, length)) ? 0 : std::numeric_limits<double>::max();
+    return {negative ? -value : value, sign + length};
 }
 
 } // namespace

@@ -43,6 +43,12 @@ bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+/// Characters, not bytes: the None text counts too.
+std::size_t LengthOf(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
 int DigitAt(std::string_view text, std::size_t position) {
     return position < text.size() && IsDigit(text[position]) ? text[position] - '0' : 0;
 }
@@ -119,24 +125,25 @@ std::vector<std::string> BuildToneList(Language language) {
 std::optional<char> FilterToneKey(std::string_view text, bool allSelected, char key) {
     constexpr char Backspace = 8;
     const bool dcs = text.starts_with('D');
+    const std::size_t length = LengthOf(text);
     const auto acceptIf = [](bool accepted, char c) {
         return accepted ? std::optional<char>(c) : std::nullopt;
     };
 
     if (IsDigit(key))
-        return acceptIf(allSelected || text.size() < (dcs ? 4U : 5U), key);
+        return acceptIf(allSelected || length < (dcs ? 4U : 5U), key);
     switch (key) {
     case 'D':
     case 'd':
         return acceptIf(text.empty() || allSelected, 'D');
     case '.':
-        return acceptIf(!text.empty() && text.size() < 4 && text.find('.') == std::string_view::npos, '.');
+        return acceptIf(!text.empty() && length < 4 && text.find('.') == std::string_view::npos, '.');
     case 'N':
     case 'n':
-        return acceptIf(dcs && text.size() == 4, 'N');
+        return acceptIf(dcs && length == 4, 'N');
     case 'I':
     case 'i':
-        return acceptIf(dcs && text.size() == 4, 'I');
+        return acceptIf(dcs && length == 4, 'I');
     case Backspace:
         return key;
     default:
