@@ -1,11 +1,14 @@
 #include "ui/main/frmAbout.h"
 
 #include "ui/shared/Texts.h"
+#include "ui/shared/ThemedIcon.h"
+#include "ui/shared/Twips.h"
 
+#include <QFrame>
 #include <QGridLayout>
-#include <QIcon>
 #include <QLabel>
 #include <QPushButton>
+#include <QStringList>
 
 namespace k470 {
 
@@ -21,9 +24,10 @@ constexpr TextPair Notice{
     "© 2026 the K470 Programming Software maintainers.\nFree software under the MIT licence, "
     "without warranty.",
     "© 2026 K470 编程软件维护者。\n自由软件，遵循 MIT 许可证，不提供任何担保。"};
-constexpr int PictureSize = 64;
-constexpr int SmallPictureSize = 24;
-constexpr int Margin = 20;
+
+constexpr int PictureSize = 960; // twips
+constexpr int SmallPictureSize = 480;
+constexpr int Margin = 300;
 
 QString AboutLines(Language language) {
     const QString model = ToQt(ModelWord);
@@ -36,36 +40,45 @@ QString AboutLines(Language language) {
     return lines.join("\r\n");
 }
 
-QLabel *MakePicture(const char *name, int size, QWidget *parent) {
+QLabel *MakePicture(const char *name, const QString &resourcePath, int twips, QWidget *parent) {
+    const int size = TwipsToPixels(twips, parent);
     auto *picture = new QLabel(parent);
     picture->setObjectName(name);
-    picture->setPixmap(QIcon(":/icons/k470.svg").pixmap(QSize(size, size), parent->devicePixelRatioF()));
+    picture->setPixmap(
+        ThemedIcon(resourcePath, parent->palette()).pixmap(QSize(size, size), parent->devicePixelRatioF()));
     return picture;
+}
+
+QLabel *MakeText(const char *name, const QString &text, QWidget *parent) {
+    auto *label = new QLabel(text, parent);
+    label->setObjectName(name);
+    label->setTextFormat(Qt::PlainText);
+    return label;
 }
 
 } // namespace
 
-frmAbout::frmAbout(AppState &state, QWidget *owner) : QDialog(owner) {
+frmAbout::frmAbout(const AppState &state, QWidget *owner) : QDialog(owner) {
     setObjectName("frmAbout");
     setWindowTitle(PickText(state.language, Caption) + ToQt(ModelWord));
-    auto *text = new QLabel(AboutLines(state.language), this);
-    text->setObjectName("Label1");
-    auto *notice = new QLabel(PickText(state.language, Notice), this);
-    notice->setObjectName("Label2");
+    auto *rule = new QFrame(this);
+    rule->setFrameStyle(QFrame::HLine | QFrame::Plain);
+    rule->setEnabled(false); // dimmed, on any ground
     auto *ok = new QPushButton(PickText(state.language, OkCaption), this);
     ok->setObjectName("Command1");
     ok->setDefault(true);
     connect(ok, &QPushButton::clicked, this, &QDialog::accept);
 
+    const int margin = TwipsToPixels(Margin, this);
     auto *grid = new QGridLayout(this);
-    grid->setContentsMargins(Margin, Margin, Margin, Margin);
-    grid->setHorizontalSpacing(Margin);
-    grid->setVerticalSpacing(Margin);
-    grid->addWidget(MakePicture("Image1", PictureSize, this), 0, 0, Qt::AlignTop);
-    grid->addWidget(text, 0, 1);
-    grid->addWidget(MakePicture("Image2", SmallPictureSize, this), 1, 0, Qt::AlignHCenter | Qt::AlignTop);
-    grid->addWidget(notice, 1, 1);
-    grid->addWidget(ok, 2, 0, 1, 2, Qt::AlignRight);
+    grid->setContentsMargins(margin, margin, margin, margin);
+    grid->setSpacing(margin);
+    grid->addWidget(MakePicture("Image1", ":/icons/k470.svg", PictureSize, this), 0, 0, Qt::AlignCenter);
+    grid->addWidget(MakeText("Label1", AboutLines(state.language), this), 0, 1);
+    grid->addWidget(rule, 1, 0, 1, 2);
+    grid->addWidget(MakePicture("Image2", ":/icons/read.svg", SmallPictureSize, this), 2, 0, Qt::AlignCenter);
+    grid->addWidget(MakeText("Label2", PickText(state.language, Notice), this), 2, 1);
+    grid->addWidget(ok, 3, 0, 1, 2, Qt::AlignRight);
     grid->setSizeConstraint(QLayout::SetFixedSize);
 }
 

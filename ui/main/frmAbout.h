@@ -6,12 +6,12 @@
 
 namespace k470 {
 
-/// The about box.
+/// The about box: the program, its version and whose it is.
 class frmAbout : public QDialog {
     Q_OBJECT
 
 public:
-    frmAbout(AppState &state, QWidget *owner);
+    frmAbout(const AppState &state, QWidget *owner);
 };
 
 } // namespace k470

@@ -2,6 +2,7 @@
 
 #include "ui/main/DialogButtons.h"
 #include "ui/shared/Texts.h"
+#include "ui/shared/Twips.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -14,7 +15,10 @@ namespace {
 
 constexpr TextPair Caption{"Set COM", "串口设置"};
 constexpr TextPair PortCaption{"Comm Port", "串口"};
-constexpr int PortWidth = 150;
+constexpr TextPair NoPort{"No serial port found", "未找到串口"};
+
+constexpr int ListWidth = 2700; // twips
+constexpr int Margin = 240;
 
 QString ToolTipOf(const ComPort &port) {
     return ToQt(port.description.empty() ? port.device : port.device + "\n" + port.description);
@@ -29,40 +33,53 @@ frmComPort::frmComPort(AppState &state, const ComPortTable &table, QWidget *owne
     auto *label = new QLabel(PickText(state.language, PortCaption), this);
     label->setObjectName("Label1");
     label->setBuddy(combo1_);
+    MakeList(label->text());
+    LayOut(label);
+    FillPorts(table);
+}
+
+void frmComPort::MakeList(const QString &accessibleName) {
     combo1_->setObjectName("Combo1");
-    combo1_->setAccessibleName(label->text());
-    combo1_->setMinimumWidth(PortWidth);
+    combo1_->setAccessibleName(accessibleName);
+    combo1_->setMinimumWidth(TwipsToPixels(ListWidth, this));
+    combo1_->setPlaceholderText(PickText(state_.language, NoPort)); // shown while the list is empty
     connect(combo1_, &QComboBox::currentIndexChanged, this,
             [this](int index) { combo1_->setToolTip(combo1_->itemData(index, Qt::ToolTipRole).toString()); });
-
-    auto *line = new QHBoxLayout;
-    line->addWidget(label);
-    line->addWidget(combo1_, 1);
-    auto *layout = new QVBoxLayout(this);
-    layout->addLayout(line);
-    layout->addLayout(MakeDialogButtons(this, state.language, [this] { cmdOK_Click(); }));
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    FillPorts(table);
 }
 
 void frmComPort::FillPorts(const ComPortTable &table) {
     state_.comPortList = EnumComPorts(table);
     if (state_.comPortList.front().empty())
         return;
-    for (std::size_t i = 0; i < state_.comPortList.size(); ++i) {
-        combo1_->addItem(ToQt(state_.comPortList[i]));
-        combo1_->setItemData(static_cast<int>(i), ToolTipOf(table[i]), Qt::ToolTipRole);
+    for (const ComPort &port : table) {
+        combo1_->addItem(ToQt(ComPortName(port.number)));
+        combo1_->setItemData(combo1_->count() - 1, ToolTipOf(port), Qt::ToolTipRole);
     }
     const int current = combo1_->findText(ToQt(ComPortName(state_.portNumber)));
     combo1_->setCurrentIndex(-1); // so that the first entry too counts as a change
     combo1_->setCurrentIndex(current >= 0 ? current : 0);
 }
 
-/// With nothing usable selected the click is ignored.
+void frmComPort::LayOut(QWidget *label) {
+    const int margin = TwipsToPixels(Margin, this);
+    auto *line = new QHBoxLayout;
+    line->setSpacing(margin);
+    line->addWidget(label);
+    line->addWidget(combo1_, 1);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->setSpacing(margin);
+    layout->addLayout(line);
+    layout->addLayout(MakeDialogButtons(this, state_.language, [this] { cmdOK_Click(); }));
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+}
+
 void frmComPort::cmdOK_Click() {
     const auto number = PortNumberFromName(FromQt(combo1_->currentText()));
-    if (!number)
+    if (!number) {
+        combo1_->setFocus(); // it says why
         return;
+    }
     state_.portNumber = *number;
     accept();
 }

@@ -2,6 +2,7 @@
 
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
+#include "ui/shared/Twips.h"
 
 #include <QLabel>
 #include <QProgressBar>
@@ -11,15 +12,24 @@ namespace k470 {
 
 namespace {
 
-constexpr TextPair ReadCaption{"Read data from radio", "从对讲机读取数据"};
-constexpr TextPair WriteCaption{"Write data to radio", "向对讲机写入数据"};
-constexpr TextPair ReadDone{"Reading completed!", "成功读完！"};
-constexpr TextPair WriteDone{"Writing completed!", "成功写完！"};
+struct DirectionTexts {
+    TextPair caption;
+    TextPair completed;
+};
+constexpr DirectionTexts ReadTexts{{"Read data from radio", "从对讲机读取数据"},
+                                   {"Reading completed!", "成功读完！"}};
+constexpr DirectionTexts WriteTexts{{"Write data to radio", "向对讲机写入数据"},
+                                    {"Writing completed!", "成功写完！"}};
 constexpr TextPair RetryQuestion{"Check Connection. Retry or Cancel?", "检测连接。重试或取消？"};
 constexpr TextPair ErrorTitle{"Error", "错误"};
-constexpr auto OpenFailureTitle = "Error";
-constexpr int BarWidth = 320;
-constexpr int Margin = 20;
+constexpr auto OpenFailureTitle = "Error"; // in both languages
+
+constexpr int BarWidth = 5100; // twips
+constexpr int Margin = 300;
+
+const DirectionTexts &TextsOf(CloneMode mode) {
+    return mode == CloneMode::Read ? ReadTexts : WriteTexts;
+}
 
 } // namespace
 
@@ -28,26 +38,11 @@ frmclone::frmclone(AppState &state, CloneHost &host, QWidget *owner)
       lblPercent_(new QLabel(this)), port_([&host] { return host.ComPorts(); }),
       session_(state, port_, timers_, *this) {
     setObjectName("frmclone");
-    const bool reading = state.cloneMode == CloneMode::Read;
-    setWindowTitle(PickText(state.language, reading ? ReadCaption : WriteCaption));
-    prgPercent_->setObjectName("prgPercent");
-    prgPercent_->setTextVisible(false);
-    prgPercent_->setRange(0, reading ? Clone::ReadMaximum : Clone::WriteMaximum);
-    prgPercent_->setFixedWidth(BarWidth);
-    prgPercent_->setAccessibleName(windowTitle());
-    lblPercent_->setObjectName("lblPercent");
-    lblPercent_->setText(ToQt(InitialProgressText(state.language)));
-    QSizePolicy keepsItsPlace = lblPercent_->sizePolicy();
-    keepsItsPlace.setRetainSizeWhenHidden(true);
-    lblPercent_->setSizePolicy(keepsItsPlace);
-    lblPercent_->hide();
-
-    auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(Margin, Margin, Margin, Margin);
-    layout->setSpacing(Margin / 2);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addWidget(lblPercent_);
-    layout->addWidget(prgPercent_);
+    setWindowTitle(PickText(state.language, TextsOf(state.cloneMode).caption));
+    MakeProgress();
+    LayOut();
+    for (QTimer *timer : {&timers_.SendTimer(), &timers_.OvertimeTimer()})
+        timer->setParent(this); // so that they are found by name
     timers_.Drive(session_);
 }
 
@@ -55,19 +50,64 @@ frmclone::~frmclone() {
     session_.Close();
 }
 
+void frmclone::MakeProgress() {
+    const int maximum = state_.cloneMode == CloneMode::Read ? Clone::ReadMaximum : Clone::WriteMaximum;
+    prgPercent_->setObjectName("prgPercent");
+    prgPercent_->setTextVisible(false);
+    prgPercent_->setRange(0, maximum);
+    prgPercent_->setValue(0);
+    prgPercent_->setFixedWidth(TwipsToPixels(BarWidth, this));
+    prgPercent_->setAccessibleName(windowTitle());
+
+    lblPercent_->setObjectName("lblPercent");
+    lblPercent_->setTextFormat(Qt::PlainText);
+    // As wide as its longest text, and in its place while hidden, so that the window never changes its size.
+    lblPercent_->setText(ToQt(ProgressText(maximum, maximum, state_.language)));
+    lblPercent_->setMinimumWidth(lblPercent_->sizeHint().width());
+    QSizePolicy keepsItsPlace = lblPercent_->sizePolicy();
+    keepsItsPlace.setRetainSizeWhenHidden(true);
+    lblPercent_->setSizePolicy(keepsItsPlace);
+    lblPercent_->setText(ToQt(InitialProgressText(state_.language)));
+    lblPercent_->hide();
+}
+
+void frmclone::LayOut() {
+    const int margin = TwipsToPixels(Margin, this);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->setSpacing(margin / 2);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    layout->addWidget(lblPercent_);
+    layout->addWidget(prgPercent_);
+}
+
 void frmclone::showEvent(QShowEvent *event) {
     QDialog::showEvent(event);
     if (started_)
         return;
     started_ = true;
-    // The window stands before a message box can come over it.
-    QMetaObject::invokeMethod(
-        this, [this] { session_.TransferDatas(); }, Qt::QueuedConnection);
+    // Queued: the window stands before a message can come over it.
+    QMetaObject::invokeMethod(this, &frmclone::Start, Qt::QueuedConnection);
+}
+
+void frmclone::Start() {
+    if (isVisible()) // it may have been closed since
+        session_.TransferDatas();
 }
 
 void frmclone::done(int result) {
+    if (messageOpen_)
+        return; // the session waits for the answer, inside one of its handlers
     session_.Close();
     QDialog::done(result);
+}
+
+QMessageBox::StandardButton frmclone::Ask(QMessageBox::Icon icon, const QString &title, const QString &text,
+                                          QMessageBox::StandardButtons buttons) {
+    messageOpen_ = true;
+    const auto answer = ShowMessage(this, icon, title, text, buttons);
+    messageOpen_ = false;
+    return answer;
 }
 
 void frmclone::ShowPercentLabel() {
@@ -88,20 +128,19 @@ void frmclone::ShowPortNumber() {
 }
 
 void frmclone::ShowOpenFailure(const PortFailure &failure) {
-    ShowMessage(this, QMessageBox::Warning, OpenFailureTitle,
-                ToQt(PortFailureText(failure, state_.language)));
+    Ask(QMessageBox::Warning, OpenFailureTitle, ToQt(PortFailureText(failure, state_.language)));
 }
 
 bool frmclone::AskRetry() {
-    return ShowMessage(this, QMessageBox::Critical, PickText(state_.language, ErrorTitle),
-                       PickText(state_.language, RetryQuestion),
-                       QMessageBox::Retry | QMessageBox::Cancel) == QMessageBox::Retry;
+    const auto answer =
+        Ask(QMessageBox::Critical, PickText(state_.language, ErrorTitle),
+            PickText(state_.language, RetryQuestion), QMessageBox::Retry | QMessageBox::Cancel);
+    return answer == QMessageBox::Retry;
 }
 
 void frmclone::ShowCompleted() {
-    const bool reading = state_.cloneMode == CloneMode::Read;
-    ShowMessage(this, QMessageBox::Information, ToQt(ModelWord),
-                PickText(state_.language, reading ? ReadDone : WriteDone));
+    Ask(QMessageBox::Information, ToQt(ModelWord),
+        PickText(state_.language, TextsOf(state_.cloneMode).completed));
 }
 
 void frmclone::RefreshAfterRead() {
@@ -109,7 +148,7 @@ void frmclone::RefreshAfterRead() {
 }
 
 void frmclone::WarnMissingLines(const std::vector<int> &lines) {
-    ShowMessage(this, QMessageBox::Warning, ToQt(ModelWord), ToQt(MissingLinesText(lines, state_.language)));
+    Ask(QMessageBox::Warning, ToQt(ModelWord), ToQt(MissingLinesText(lines, state_.language)));
 }
 
 std::vector<std::string> frmclone::EnumComPorts() {

@@ -7,6 +7,10 @@
 #include "link/QtSerialPort.h"
 
 #include <QDialog>
+#include <QMessageBox>
+
+#include <string>
+#include <vector>
 
 class QLabel;
 class QProgressBar;
@@ -26,11 +30,14 @@ public:
 };
 
 /// The transfer window: runs one clone session in the direction of state.cloneMode from the moment it is
-/// shown, and closes when the session ends. Closing it ends the session.
+/// shown, and closes when the session ends. Closed by the user, at any time, it ends the session and closes
+/// the port; only while a message stands over it does it stay, whoever wants it closed. After a port that
+/// could not be opened it stays open and idle.
 class frmclone : public QDialog, private CloneView {
     Q_OBJECT
 
 public:
+    /// @param host must outlive the window
     frmclone(AppState &state, CloneHost &host, QWidget *owner);
     ~frmclone() override;
 
@@ -40,6 +47,12 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
+    void MakeProgress();
+    void LayOut();
+    void Start();
+    QMessageBox::StandardButton Ask(QMessageBox::Icon icon, const QString &title, const QString &text,
+                                    QMessageBox::StandardButtons buttons = QMessageBox::Ok);
+
     void ShowPercentLabel() override;
     void ShowProgress(int value, int maximum) override;
     void SetPercentLabel(const std::string &text) override;
@@ -60,6 +73,7 @@ private:
     QtCloneTimers timers_;
     CloneSession session_;
     bool started_ = false;
+    bool messageOpen_ = false;
 };
 
 } // namespace k470

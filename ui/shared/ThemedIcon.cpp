@@ -7,6 +7,8 @@
 #include <QPixmap>
 #include <QSvgRenderer>
 
+#include <utility>
+
 /// Stands outside the namespace, as the macro asks. The call keeps the pictures in a program that links them
 /// from a library.
 static void InitIcons() {
@@ -17,35 +19,47 @@ namespace k470 {
 
 namespace {
 
-constexpr double DimmedOpacity = 0.4;
+constexpr float DimmedOpacity = 0.4F;
 
 class SvgIconEngine : public QIconEngine {
 public:
-    explicit SvgIconEngine(QByteArray picture) : picture_(std::move(picture)) {}
+    explicit SvgIconEngine(QByteArray svg) : svg_(std::move(svg)) {}
 
-    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override {
-        QSvgRenderer renderer(picture_);
-        renderer.setAspectRatioMode(Qt::KeepAspectRatio);
-        painter->save();
-        painter->setRenderHint(QPainter::Antialiasing);
-        if (mode == QIcon::Disabled)
-            painter->setOpacity(painter->opacity() * DimmedOpacity);
-        renderer.render(painter, rect);
-        painter->restore();
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override {
+        if (mode != QIcon::Disabled) {
+            Draw(*painter, rect);
+            return;
+        }
+        // Dimmed as a whole: strokes that were dimmed one by one would shine through where they cross.
+        const double scale = painter->device()->devicePixelRatio();
+        painter->drawPixmap(rect, pixmap((QSizeF(rect.size()) * scale).toSize(), mode, state));
     }
 
-    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
-        QPixmap pixmap(size);
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        paint(&painter, pixmap.rect(), mode, state);
-        return pixmap;
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State) override {
+        QPixmap picture(size);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        Draw(painter, picture.rect());
+        if (mode == QIcon::Disabled) {
+            painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+            painter.fillRect(picture.rect(), QColor::fromRgbF(0, 0, 0, DimmedOpacity));
+        }
+        return picture;
     }
 
     QIconEngine *clone() const override { return new SvgIconEngine(*this); }
 
 private:
-    QByteArray picture_;
+    void Draw(QPainter &painter, const QRect &rect) const {
+        QSvgRenderer renderer(svg_);
+        renderer.setAspectRatioMode(Qt::KeepAspectRatio);
+        painter.save();
+        painter.setRenderHint(QPainter::Antialiasing);
+        renderer.render(&painter, rect);
+        painter.restore();
+    }
+
+    QByteArray svg_;
 };
 
 } // namespace
