@@ -17,8 +17,8 @@ constexpr std::uint8_t EmptyChannel = 0xFF;
 
 using FrameBuilder = CloneFrame (*)(int step, const MemoryImage &image);
 
-std::vector<std::uint8_t> LineCommand(std::uint8_t command, int step, std::uint8_t length) {
-    const int address = LineOfStep(step) * static_cast<int>(LineSize);
+std::vector<std::uint8_t> LineCommand(std::uint8_t command, int line, std::uint8_t length) {
+    const int address = line * static_cast<int>(LineSize);
     return {command, static_cast<std::uint8_t>(address >> 8), static_cast<std::uint8_t>(address & 0xFF),
             length};
 }
@@ -36,11 +36,11 @@ CloneFrame Acknowledge(int, const MemoryImage &) {
 }
 
 CloneFrame RequestLine(int step, const MemoryImage &) {
-    return {LineCommand(ReadLine, step, WholeLine), Clone::LineReplyLength};
+    return {LineCommand(ReadLine, LineOfStep(step), WholeLine), Clone::LineReplyLength};
 }
 
 CloneFrame SendLine(int step, const MemoryImage &image) {
-    CloneFrame frame{LineCommand(WriteLine, step, WholeLine), Clone::AckLength};
+    CloneFrame frame{LineHeader(LineOfStep(step)), Clone::AckLength};
     const auto line = Line(image, LineOfStep(step));
     frame.bytes.insert(frame.bytes.end(), line.begin(), line.end());
     return frame;
@@ -50,7 +50,7 @@ CloneFrame SendLine(int step, const MemoryImage &image) {
 CloneFrame SendChannel(int step, const MemoryImage &image) {
     if (Line(image, LineOfStep(step)).front() != EmptyChannel)
         return SendLine(step, image);
-    CloneFrame frame{LineCommand(WriteLine, step, FirstByteOnly), Clone::AckLength};
+    CloneFrame frame{LineCommand(WriteLine, LineOfStep(step), FirstByteOnly), Clone::AckLength};
     frame.bytes.push_back(EmptyChannel);
     return frame;
 }
@@ -77,6 +77,10 @@ constexpr std::array<StepFrames, 5> FrameTable{{
 }};
 
 } // namespace
+
+std::vector<std::uint8_t> LineHeader(int line) {
+    return LineCommand(WriteLine, line, WholeLine);
+}
 
 CloneFrame BuildFrame(int step, bool waitAck, CloneMode mode, const MemoryImage &image) {
     const auto row = std::find_if(FrameTable.begin(), FrameTable.end() - 1,

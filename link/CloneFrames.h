@@ -51,6 +51,9 @@ constexpr int LineOfStep(int step) {
     return step - Clone::FirstLineStep;
 }
 
+/// The header of a line on the wire: "W", its address with the high byte first, its length.
+std::vector<std::uint8_t> LineHeader(int line);
+
 /// The frame of a step.
 /// @param step 0 to 110
 /// @param waitAck whether the frame is the one answered by a single acknowledge

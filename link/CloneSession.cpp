@@ -40,6 +40,7 @@ void CloneSession::TransferDatas() {
     port_.SetCommPort(state_.portNumber);
     if (const auto failure = port_.Open()) {
         outcome_ = Outcome::OpenFailed;
+        timers_.EnableSend(false); // it still ticks when the port search has come here
         const BusyMark mark(busy_);
         view_.ShowOpenFailure(*failure);
         return;
@@ -140,6 +141,7 @@ void CloneSession::TakeData(const std::vector<std::uint8_t> &reply) {
         }
         if (Reading())
             chCount_ = reply.back() > MaxChannels ? std::uint8_t{DefaultGridRows - 1} : reply.back();
+        countKnown_ = !disturbed_;
     } else if (Reading()) {
         if (reply.size() != Clone::LineReplyLength) {
             BadReply();
@@ -157,7 +159,8 @@ void CloneSession::StoreLine(const std::vector<std::uint8_t> &reply) {
 
     const auto at = static_cast<std::size_t>(line);
     stored_.set(at);
-    echoed_.set(at, static_cast<std::size_t>(reply[1] * 256 + reply[2]) == at * LineSize);
+    const std::vector<std::uint8_t> header = LineHeader(line);
+    echoed_.set(at, std::equal(header.begin(), header.end(), reply.begin()));
 
     if (curStep_ == chCount_ + 1) {
         const int skipped = MaxChannels - chCount_;
@@ -194,6 +197,7 @@ void CloneSession::OvertimeTick() {
 
 void CloneSession::RepeatStep() {
     ++retries_;
+    disturbed_ = true;
     ignore_ = false;
     ResetProgress();
     port_.EmptyBuffers();
@@ -217,6 +221,7 @@ bool CloneSession::SearchNextPort() {
 }
 
 void CloneSession::AskUser() {
+    timers_.EnableSend(false);
     // A port that cannot be opened again shows as silence after Retry.
     if (!port_.IsOpen())
         (void)port_.Open();
@@ -275,18 +280,22 @@ void CloneSession::FinishRead() {
 }
 
 std::vector<int> CloneSession::MissingLines() const {
-    std::bitset<LineCount> expected = due_;
-    const int count = state_.image[Address::ChannelCount];
-    for (int line = 0; line < LastSettingsLine + 1; ++line) {
-        const bool inUse = (count <= MaxChannels && line < count) || line >= FirstSettingsLine;
-        if (inUse)
-            expected.set(static_cast<std::size_t>(line));
-    }
-    const auto received = echoed_.any() ? stored_ & echoed_ : stored_;
+    // Headers that never change may look like that of one line by chance, not like those of two.
+    const bool headersTell = disturbed_ || echoed_.count() > 1;
+    const auto &received = headersTell ? echoed_ : stored_;
+    int channels = state_.image[Address::ChannelCount];
+    if (channels > MaxChannels)
+        channels = 0;
+    // Nobody knows how many channels the radio has: neither told number is certainly its own.
+    if (!countKnown_ && !received[FirstSettingsLine])
+        channels = MaxChannels;
+
     std::vector<int> lines;
-    for (std::size_t line = 0; line < LineCount; ++line) {
-        if (expected[line] && !received[line])
-            lines.push_back(static_cast<int>(line));
+    for (int line = 0; line <= LastSettingsLine; ++line) {
+        const auto at = static_cast<std::size_t>(line);
+        const bool expected = due_[at] || line < channels || line >= FirstSettingsLine;
+        if (expected && !received[at])
+            lines.push_back(line);
     }
     return lines;
 }

@@ -117,11 +117,15 @@ private:
     Outcome outcome_ = Outcome::Running;
     bool busy_ = false; ///< a question or message is open inside a handler
 
-    // What became of each line of a read. A reply's header does not decide whether its line is stored; but
-    // when a radio repeats the address in it, a line whose reply carried another address was not received.
-    std::bitset<LineCount> due_; ///< lines whose step was reached
-    std::bitset<LineCount> stored_;
-    std::bitset<LineCount> echoed_;
+    // What became of each line of a read. A reply's header does not decide whether its line is stored in the
+    // image. But a radio that repeats the line's address there has not sent a line whose reply bears another
+    // header; and once a frame was repeated, any later reply may be that to another frame, for the rest of
+    // the session: then only the header shows that it is the right one.
+    std::bitset<LineCount> due_;    ///< lines whose step was reached
+    std::bitset<LineCount> stored_; ///< lines for which something was stored
+    std::bitset<LineCount> echoed_; ///< among them those under their own header
+    bool disturbed_ = false;        ///< a frame was repeated
+    bool countKnown_ = false;       ///< the identification came before that
 };
 
 /// "Completion percentage: 45%"; at the start of a session "Completion percentage:  0%".

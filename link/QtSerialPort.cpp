@@ -169,8 +169,7 @@ bool QtSerialPort::IsOpen() const {
 void QtSerialPort::EmptyBuffers() {
     if (!port_.isOpen())
         return;
-    port_.clear(QSerialPort::AllDirections);
-    sentBy_ = {};
+    port_.clear(QSerialPort::Input);
     ResumeReading();
 }
 

@@ -15,7 +15,6 @@ namespace k470 {
 /// Line settings of every session: 9600 baud, no parity, 8 data bits, 2 stop bits.
 inline constexpr const char *LineSettings = "9600,N,8,2";
 inline constexpr std::size_t InBufferSize = 1024;
-inline constexpr std::size_t OutBufferSize = 512;
 
 /// Why a port could not be opened.
 struct PortFailure {
@@ -51,7 +50,9 @@ public:
     virtual void Close() = 0;
     virtual bool IsOpen() const = 0;
 
-    /// Discards everything received and not yet read, and everything not yet sent.
+    /// Discards everything received and not yet read. Nothing waits to be sent: every frame is handed to the
+    /// driver in one piece and goes out to its end, since a radio that got half a frame would take the next
+    /// for the rest of it.
     virtual void EmptyBuffers() = 0;
     /// Sets both the receive threshold and the read length to `k` bytes. 0 turns the notification off.
     virtual void SetReplyLength(std::size_t k) = 0;
