@@ -514,5 +514,27 @@ TEST(CliHelp, NamesCommandsAndExitCodes) {
         EXPECT_TRUE(ending.output.contains(text)) << text;
 }
 
+TEST(WindowProgram, AnswersItsOptionsWithoutADisplay) {
+    struct Case {
+        QStringList arguments;
+        int code;
+        const char *says;
+    };
+    for (const auto &[arguments, code, says] :
+         {Case{{"--version"}, 0, "1."}, Case{{"--help"}, 0, "Usage"}, Case{{"--nonsense"}, 2, "Usage"},
+          Case{{"a.tw", "b.tw"}, 2, "Usage"}}) {
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            environment.remove(name);
+        program.setProcessEnvironment(environment);
+        program.setProcessChannelMode(QProcess::MergedChannels);
+        program.start(K470_APP_PATH, arguments);
+        ASSERT_TRUE(program.waitForFinished());
+        EXPECT_EQ(program.exitCode(), code) << arguments.join(" ").toStdString();
+        EXPECT_TRUE(program.readAll().contains(says)) << arguments.join(" ").toStdString();
+    }
+}
+
 } // namespace
 } // namespace k470

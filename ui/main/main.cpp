@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <csignal>
+#include <iostream>
 #include <string>
 
 namespace {
@@ -15,8 +16,8 @@ namespace {
 constexpr int UsageError = 2;
 
 int RunWindow(int argc, char **argv, const std::string &file) {
-    std::signal(SIGXFSZ,
-                SIG_IGN); // a file beyond the size limit is a failed save, not the end of the program
+    // A file beyond the size limit is a failed save, not the end of the program.
+    std::signal(SIGXFSZ, SIG_IGN);
     QApplication application(argc, argv);
     QApplication::setApplicationName("k470");
     QApplication::setApplicationVersion(K470_VERSION);
@@ -36,13 +37,18 @@ int main(int argc, char **argv) {
     // The arguments are read before anything needs a display.
     CLI::App arguments("K470 Programming Software", "k470");
     std::string file;
+    arguments.failure_message(
+        [](const CLI::App *, const CLI::Error &error) { return error.what() + std::string("\n"); });
     arguments.add_option("FILE", file, "codeplug file (.tw) to open");
     arguments.set_version_flag("--version", K470_VERSION);
     try {
         arguments.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
         const int code = arguments.exit(error);
-        return code == 0 ? 0 : UsageError;
+        if (code == 0)
+            return 0;
+        std::cerr << arguments.help();
+        return UsageError;
     }
     return RunWindow(argc, argv, file);
 }
