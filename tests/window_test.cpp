@@ -16,6 +16,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
 #include <QTimer>
@@ -549,6 +550,40 @@ TEST_F(MainWindow, OnlyTheWholeGestureOpensTheMemoryMap) {
     TakeGridRowsFromImage(state);
     window->RefreshAll();
     EXPECT_TRUE(release(all, Qt::RightButton)) << "a grid without channels is a way to it as well";
+}
+
+TEST_F(MainWindow, ACommitKeepsWhatWasTypedInTheMemoryMapWhereNoControlOwnsIt) {
+    Open();
+    ShowSample(16);
+    window->CommitEdits();
+    const MemoryImage before = state.image;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [] {
+        auto *dialog = QApplication::activeModalWidget();
+        if (dialog == nullptr)
+            return;
+        auto *map = dialog->findChild<FlexGrid *>("msgMemory");
+        for (const auto &[row, col] : {std::pair(0x6C + 1, 5 + 1), std::pair(0 + 1, 2 + 1)}) {
+            map->SetCurrent(row, col);
+            map->setFocus();
+            QTest::keyClick(map, 'a');
+            auto *editor = dialog->findChild<QLineEdit *>("txtMemory");
+            QTest::keyClick(editor, 'b');
+            QTest::keyClick(editor, Qt::Key_Return);
+        }
+        QTest::mouseClick(dialog->findChild<QPushButton *>("cmdOK"), Qt::LeftButton);
+    });
+    timer.start(1);
+    const QPoint place = grid->viewport()->mapFrom(grid->parentWidget(), grid->CellRect(2, 1).center());
+    QTest::mouseClick(grid->viewport(), Qt::RightButton,
+                      Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier, place);
+    timer.stop();
+    EXPECT_EQ(state.image[0x6C5], 0xAB);
+    EXPECT_EQ(state.image[0x002], 0xAB);
+    EXPECT_TRUE(ImageModified(state));
+    window->CommitEdits();
+    EXPECT_EQ(state.image[0x6C5], 0xAB);
+    EXPECT_EQ(state.image[0x002], before[0x002]) << "the grid still shows the channel as it was";
 }
 
 TEST_F(MainWindow, EveryCommandOpensItsWindow) {
