@@ -11,12 +11,6 @@ using namespace std::chrono_literals;
 
 constexpr Moment WireByte = Moment(std::chrono::seconds(1)) * 11 / 9600;
 
-std::optional<Moment> Earlier(std::optional<Moment> a, std::optional<Moment> b) {
-    if (!a || !b)
-        return a ? a : b;
-    return std::min(*a, *b);
-}
-
 } // namespace
 
 // FakeLine
@@ -35,29 +29,29 @@ Moment FakeLine::DueTime(const Transfer &transfer, std::size_t bytes) const {
     return transfer.start + byteTime_ * static_cast<Moment::rep>(bytes);
 }
 
-std::optional<Moment> FakeLine::NextDue(std::size_t wanted) const {
-    std::optional<Moment> due = silenceDue_;
+Moment FakeLine::NextDue(std::size_t wanted) const {
+    Moment due = silenceDue_;
     if (!toDevice_.empty())
-        due = Earlier(due, DueTime(toDevice_.front(), toDevice_.front().bytes.size()));
+        due = std::min(due, DueTime(toDevice_.front(), toDevice_.front().bytes.size()));
     for (const Transfer &transfer : toProgram_) {
         const std::size_t left = transfer.bytes.size() - transfer.taken;
         if (wanted > 0 && wanted <= left)
-            return Earlier(due, DueTime(transfer, transfer.taken + wanted));
+            return std::min(due, DueTime(transfer, transfer.taken + wanted));
         if (transfer.hangUp)
-            return Earlier(due, DueTime(transfer, transfer.bytes.size()));
+            return std::min(due, DueTime(transfer, transfer.bytes.size()));
         wanted -= std::min(wanted, left);
     }
     return due;
 }
 
-std::vector<std::uint8_t> FakeLine::TakeBytes(Moment now) {
+Bytes FakeLine::TakeBytes(Moment now) {
     while (!toDevice_.empty() && DueTime(toDevice_.front(), toDevice_.front().bytes.size()) <= now)
         FeedDevice();
-    if (silenceDue_ && *silenceDue_ <= now) {
-        silenceDue_.reset();
+    if (silenceDue_ <= now) {
+        silenceDue_ = Never;
         device_->Silence();
     }
-    std::vector<std::uint8_t> bytes;
+    Bytes bytes;
     while (!toProgram_.empty()) {
         Transfer &transfer = toProgram_.front();
         for (; transfer.taken < transfer.bytes.size() && DueTime(transfer, transfer.taken + 1) <= now;
@@ -85,12 +79,11 @@ void FakeLine::FeedDevice() {
     toDevice_.pop_front();
     if (device_ == nullptr)
         return;
-    if (silenceDue_ && *silenceDue_ <= frame.start)
+    if (silenceDue_ <= frame.start)
         device_->Silence();
     for (Reply &reply : device_->Feed(frame.bytes))
         Queue(std::move(reply), now);
-    silenceDue_ =
-        device_->FramePending() ? std::optional(now + std::chrono::milliseconds(SilenceMs)) : std::nullopt;
+    silenceDue_ = device_->FramePending() ? now + std::chrono::milliseconds(SilenceMs) : Never;
 }
 
 void FakeLine::Queue(Reply reply, Moment now) {
@@ -115,24 +108,27 @@ std::optional<PortFailure> FakePort::Open() {
                            .detail = {}};
     open_ = &found->second;
     open_->TakeBytes(now_); // they came before anybody listened
+    Update();
     return std::nullopt;
 }
 
 void FakePort::Close() {
     open_ = nullptr;
     received_.clear();
+    Update();
 }
 
 void FakePort::EmptyBuffers() {
     ++timesEmptied_;
     Receive();
     received_.clear();
+    Update();
 }
 
 void FakePort::SetReplyLength(std::size_t k) {
     replyLength_ = k;
     Receive();
-    PostIfEnough();
+    Update();
 }
 
 void FakePort::Output(std::span<const std::uint8_t> frame) {
@@ -140,76 +136,77 @@ void FakePort::Output(std::span<const std::uint8_t> frame) {
         return;
     frames_.push_back({now_, number_, {frame.begin(), frame.end()}});
     open_->Send(frame, now_);
+    Update();
 }
 
-std::vector<std::uint8_t> FakePort::Input() {
+Bytes FakePort::Input() {
     const std::size_t count = replyLength_ == 0 ? received_.size() : std::min(replyLength_, received_.size());
     const auto end = received_.begin() + static_cast<std::ptrdiff_t>(count);
-    std::vector<std::uint8_t> bytes(received_.begin(), end);
+    Bytes bytes(received_.begin(), end);
     received_.erase(received_.begin(), end);
-    PostIfEnough();
+    Update();
     return bytes;
-}
-
-std::optional<Moment> FakePort::NextDue() const {
-    std::optional<Moment> due;
-    for (const auto &[number, line] : lines_) {
-        const bool listening = &line == open_ && replyLength_ > received_.size();
-        due = Earlier(due, line.NextDue(listening ? replyLength_ - received_.size() : 0));
-    }
-    return due;
 }
 
 void FakePort::TakeDue() {
     Receive();
-    PostIfEnough();
     for (auto &[number, line] : lines_) {
         if (&line != open_)
             line.TakeBytes(now_);
         if (line.TakeHangUp(now_) && &line == open_)
             Close();
     }
+    Update();
 }
 
 void FakePort::Receive() {
     if (open_ == nullptr)
         return;
-    const std::vector<std::uint8_t> bytes = open_->TakeBytes(now_);
+    const Bytes bytes = open_->TakeBytes(now_);
     received_.insert(received_.end(), bytes.begin(), bytes.end());
 }
 
-void FakePort::PostIfEnough() {
-    posted_ = posted_ || (open_ != nullptr && replyLength_ != 0 && received_.size() >= replyLength_);
+bool FakePort::ReplyWaits() const {
+    return open_ != nullptr && replyLength_ != 0 && received_.size() >= replyLength_;
+}
+
+/// Something has changed: a notification may be due, and another moment may be the next one that matters.
+void FakePort::Update() {
+    posted_ = posted_ || ReplyWaits();
+    nextDue_ = Never;
+    for (const auto &[number, line] : lines_) {
+        const bool listening = &line == open_ && replyLength_ > received_.size();
+        nextDue_ = std::min(nextDue_, line.NextDue(listening ? replyLength_ - received_.size() : 0));
+    }
 }
 
 void FakePort::Notify() {
     posted_ = false;
-    const bool enough = open_ != nullptr && replyLength_ != 0 && received_.size() >= replyLength_;
-    if (enough && handler_)
+    if (ReplyWaits() && handler_)
         handler_();
 }
 
 // FakeTimers
 
 void FakeTimers::EnableSend(bool enabled) {
-    sendDue_.reset();
+    sendDue_ = Never;
     if (enabled)
         RearmSend();
 }
 
 void FakeTimers::HurrySend() {
-    if (hurries && sendDue_)
+    if (hurries && sendDue_ != Never)
         sendDue_ = now_;
 }
 
 void FakeTimers::SetOvertimeInterval(int milliseconds) {
     overtimeInterval_ = std::chrono::milliseconds(milliseconds);
-    if (overtimeDue_)
+    if (overtimeDue_ != Never)
         RearmOvertime();
 }
 
 void FakeTimers::EnableOvertime(bool enabled) {
-    overtimeDue_.reset();
+    overtimeDue_ = Never;
     if (enabled)
         RearmOvertime();
 }
@@ -306,13 +303,12 @@ bool FakeClone::Step(Moment end) {
         port.Notify();
         return true;
     }
-    const auto wire = port.NextDue();
-    const auto send = timers.SendDue();
-    const auto overtime = timers.OvertimeDue();
-    const auto next = Earlier(wire, Earlier(send, overtime));
-    if (!next || *next > end)
+    const Moment wire = port.NextDue();
+    const Moment send = timers.SendDue();
+    const Moment next = std::min({wire, send, timers.OvertimeDue()});
+    if (next > end || next == Never)
         return false;
-    now = std::max(now, *next);
+    now = std::max(now, next);
     if (wire == next) {
         port.TakeDue();
     } else if (send == next) {
@@ -339,11 +335,49 @@ void FakeClone::TickOvertime() {
     }
 }
 
-std::vector<std::vector<std::uint8_t>> FakeClone::Frames() const {
-    std::vector<std::vector<std::uint8_t>> frames;
+std::vector<Bytes> FakeClone::Frames() const {
+    std::vector<Bytes> frames;
     for (const FakePort::SentFrame &frame : port.Frames())
         frames.push_back(frame.bytes);
     return frames;
+}
+
+std::vector<int> FakeClone::LinesSent(char letter) const {
+    std::vector<int> lines;
+    for (const FakePort::SentFrame &frame : port.Frames())
+        if (frame.bytes.size() >= Clone::HeaderLength && frame.bytes[0] == letter)
+            lines.push_back((frame.bytes[1] * 256 + frame.bytes[2]) / 16);
+    return lines;
+}
+
+// Helpers
+
+Bytes Hex(std::string_view text) {
+    Bytes bytes;
+    for (std::size_t i = 0; i + 1 < text.size(); i += 3)
+        bytes.push_back(static_cast<std::uint8_t>(std::stoi(std::string(text.substr(i, 2)), nullptr, 16)));
+    return bytes;
+}
+
+Bytes LineBytes(const MemoryImage &image, int line) {
+    const auto bytes = Line(image, line);
+    return {bytes.begin(), bytes.end()};
+}
+
+std::vector<int> ChangedLines(const MemoryImage &before, const MemoryImage &after) {
+    std::vector<int> lines;
+    for (int line = 0; line < static_cast<int>(LineCount); ++line)
+        if (!std::ranges::equal(Line(before, line), Line(after, line)))
+            lines.push_back(line);
+    return lines;
+}
+
+std::vector<int> TransferredLines(int channels) {
+    std::vector<int> lines;
+    for (int line = 0; line <= 107; ++line)
+        if (line < channels || line >= 99)
+            lines.push_back(line);
+    return lines;
 }
 
 } // namespace k470

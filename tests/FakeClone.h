@@ -14,13 +14,17 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace k470 {
 
+using Bytes = std::vector<std::uint8_t>;
+
 /// Virtual time since the start of a test's clock.
 using Moment = std::chrono::nanoseconds;
+inline constexpr Moment Never = Moment::max();
 
 /// How bytes travel on a fake line, both ways: in no time, or one after the other at 9600 baud, 11 bits each.
 enum class Delivery { AtOnce, ByteByByte };
@@ -36,16 +40,16 @@ public:
 
     /// When something that matters happens next: a frame has reached the device, the device hangs up or
     /// learns that the line has fallen silent, or `wanted` more bytes have reached the program.
-    std::optional<Moment> NextDue(std::size_t wanted) const;
+    Moment NextDue(std::size_t wanted) const;
 
     /// Lets happen what is due. @return the bytes that have reached the program
-    std::vector<std::uint8_t> TakeBytes(Moment now);
+    Bytes TakeBytes(Moment now);
     /// @return true, once, when the device has left the line; what else was under way is lost
     bool TakeHangUp(Moment now);
 
 private:
     struct Transfer {
-        std::vector<std::uint8_t> bytes;
+        Bytes bytes;
         bool hangUp; ///< behind the bytes
         Moment start;
         std::size_t taken = 0;
@@ -58,7 +62,7 @@ private:
     Moment byteTime_;
     Moment sendFree_{};  ///< when the program's last frame has arrived
     Moment replyFree_{}; ///< when the device's last reply has arrived
-    std::optional<Moment> silenceDue_;
+    Moment silenceDue_ = Never;
     std::deque<Transfer> toDevice_;
     std::deque<Transfer> toProgram_;
 };
@@ -79,20 +83,20 @@ public:
     void EmptyBuffers() override;
     void SetReplyLength(std::size_t k) override;
     void Output(std::span<const std::uint8_t> frame) override;
-    std::vector<std::uint8_t> Input() override;
+    Bytes Input() override;
     void OnReceived(std::function<void()> handler) override { handler_ = std::move(handler); }
 
     struct SentFrame {
         Moment time;
         int port;
-        std::vector<std::uint8_t> bytes;
+        Bytes bytes;
     };
     /// Every frame that left, in order.
     const std::vector<SentFrame> &Frames() const { return frames_; }
     std::size_t ReplyLength() const { return replyLength_; }
     int TimesEmptied() const { return timesEmptied_; }
 
-    std::optional<Moment> NextDue() const;
+    Moment NextDue() const { return nextDue_; }
     /// Lets happen what is due on the lines or, if a notification is posted, delivers it.
     void TakeDue();
     bool NotificationPosted() const { return posted_; }
@@ -100,7 +104,8 @@ public:
 
 private:
     void Receive();
-    void PostIfEnough();
+    bool ReplyWaits() const;
+    void Update();
 
     const Moment &now_;
     std::map<int, FakeLine> lines_;
@@ -109,6 +114,7 @@ private:
     std::size_t replyLength_ = 0;
     std::deque<std::uint8_t> received_;
     bool posted_ = false;
+    Moment nextDue_ = Never;
     std::function<void()> handler_;
     std::vector<SentFrame> frames_;
     int timesEmptied_ = 0;
@@ -127,8 +133,9 @@ public:
 
     bool hurries = true; ///< whether HurrySend has an effect: it need not have one
 
-    std::optional<Moment> SendDue() const { return sendDue_; }
-    std::optional<Moment> OvertimeDue() const { return overtimeDue_; }
+    Moment SendDue() const { return sendDue_; }
+    Moment OvertimeDue() const { return overtimeDue_; }
+    bool Idle() const { return sendDue_ == Never && overtimeDue_ == Never; }
     /// The tick that is due is about to be delivered.
     void RearmSend() { sendDue_ = now_ + std::chrono::milliseconds(Clone::SendInterval); }
     void RearmOvertime() { overtimeDue_ = now_ + overtimeInterval_; }
@@ -136,8 +143,8 @@ public:
 private:
     Moment &now_;
     Moment overtimeInterval_ = std::chrono::milliseconds(Clone::ReplyTimeout);
-    std::optional<Moment> sendDue_;
-    std::optional<Moment> overtimeDue_;
+    Moment sendDue_ = Never;
+    Moment overtimeDue_ = Never;
 };
 
 /// A transfer window without a window: remembers what it was told and gives prepared answers.
@@ -200,7 +207,9 @@ public:
     /// Starts the session.
     void Start() { session->TransferDatas(); }
 
-    std::vector<std::vector<std::uint8_t>> Frames() const;
+    std::vector<Bytes> Frames() const;
+    /// The lines of the frames that begin with that letter, in the order in which they went out.
+    std::vector<int> LinesSent(char letter) const;
     /// The most repetitions that the session made on its own between two questions.
     int MostRepetitions() const { return mostRepetitions_; }
     /// All of them.
@@ -221,5 +230,13 @@ private:
     int sinceQuestion_ = 0;
     int mostRepetitions_ = 0;
 };
+
+/// "52 00 10 10" as bytes.
+Bytes Hex(std::string_view text);
+Bytes LineBytes(const MemoryImage &image, int line);
+/// The lines in which two images differ.
+std::vector<int> ChangedLines(const MemoryImage &before, const MemoryImage &after);
+/// The lines that a session with that many channel lines transfers.
+std::vector<int> TransferredLines(int channels);
 
 } // namespace k470

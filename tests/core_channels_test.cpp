@@ -591,7 +591,7 @@ TEST(NewChannel, GetsTheDefaultsAndItsFirstRecord) {
         EXPECT_EQ(row, RowOf(texts));
 
         Channel channel;
-        channel.Put(0, Bytes(16, 0xFF));
+        channel.Store(RowTexts{}, language);
         channel.Store(row, language);
         EXPECT_EQ(channel.Get(0, 16), (Bytes{0x00, 0x25, 0x65, 0x44, 0x00, 0x25, 0x65, 0x44, 0xFF, 0xFF, 0xFF,
                                              0xFF, 0xB0, 0xF1, 0xFF, 0xFF}));

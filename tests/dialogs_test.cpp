@@ -1,4 +1,5 @@
-#include "core/Title.h"
+#include "core/AppState.h"
+#include "link/ComPorts.h"
 #include "sim/PtyServer.h"
 #include "sim/SampleMemory.h"
 #include "sim/SimulatedRadio.h"
@@ -7,254 +8,412 @@
 #include "ui/main/frmComPort.h"
 #include "ui/main/frmclone.h"
 #include "ui/shared/Texts.h"
+#include "ui/shared/ThemedIcon.h"
 
 #include <QApplication>
 #include <QComboBox>
+#include <QImage>
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
-#include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
 namespace k470 {
 
 namespace {
 
-std::string Shown(QWidget &window, const char *label) {
-    return FromQt(window.findChild<QLabel *>(label)->text());
-}
+const ComPortTable TwoPorts{{1, "/dev/ttyS0", ""}, {10, "/dev/ttyUSB5", "Serial cable"}};
 
-std::string Button(QWidget &window, const char *name) {
-    return FromQt(window.findChild<QPushButton *>(name)->text());
-}
+/// A text of a dialog; without a widget it is the caption.
+struct TextCase {
+    const char *widget;
+    TextPair text;
+};
 
-void Press(QWidget &window, const char *button) {
-    QTest::mouseClick(window.findChild<QPushButton *>(button), Qt::LeftButton);
-}
-
-AppState InLanguage(Language language) {
-    AppState state;
-    state.language = language;
-    return state;
-}
-
-TEST(PortDialog, HasItsTextsInBothLanguages) {
-    AppState english = InLanguage(Language::English);
-    frmComPort dialog(english, {}, nullptr);
-    EXPECT_EQ(FromQt(dialog.windowTitle()), "Set COM");
-    EXPECT_EQ(Shown(dialog, "Label1"), "Comm Port");
-    EXPECT_EQ(Button(dialog, "cmdOK") + Button(dialog, "cmdCancel"), "OKCancel");
-    AppState chinese = InLanguage(Language::Chinese);
-    frmComPort other(chinese, {}, nullptr);
-    EXPECT_EQ(FromQt(other.windowTitle()), "串口设置");
-    EXPECT_EQ(Shown(other, "Label1"), "串口");
-    EXPECT_EQ(Button(other, "cmdOK") + Button(other, "cmdCancel"), "确定取消");
-}
-
-TEST(PortDialog, PreselectsThePortInForceAndTakesTheChosenOne) {
-    const ComPortTable table{{1, "/dev/ttyS0", ""}, {10, "/dev/ttyUSB5", "A cable"}};
-    struct Case {
-        std::uint8_t port;
-        const char *shown;
-        const char *chosen;
-        int result;
-    };
-    for (const Case &c :
-         {Case{10, "COM10", "COM1", 1}, Case{7, "COM1", "COM10", 10}, Case{7, "COM1", nullptr, 1}}) {
-        AppState state;
-        state.portNumber = c.port;
-        frmComPort dialog(state, table, nullptr);
-        auto *combo = dialog.findChild<QComboBox *>("Combo1");
-        EXPECT_EQ(FromQt(combo->currentText()), c.shown);
-        EXPECT_EQ(combo->itemData(1, Qt::ToolTipRole).toString(), "/dev/ttyUSB5\nA cable");
-        if (c.chosen != nullptr)
-            combo->setCurrentText(c.chosen);
-        EXPECT_TRUE(combo->toolTip().startsWith("/dev/tty"));
-        Press(dialog, "cmdOK");
-        EXPECT_EQ(state.portNumber, c.result);
-        EXPECT_EQ(dialog.result(), QDialog::Accepted);
+void ExpectTexts(const QDialog &dialog, const std::vector<TextCase> &cases, Language language) {
+    for (const auto &[name, pair] : cases) {
+        const auto *widget = *name == '\0' ? &dialog : dialog.findChild<QWidget *>(name);
+        ASSERT_NE(widget, nullptr) << name;
+        const auto *property = widget == &dialog ? "windowTitle" : "text";
+        EXPECT_EQ(FromQt(widget->property(property).toString()), Pick(language, pair)) << name;
     }
 }
 
-TEST(PortDialog, WithoutAPortOkIsIgnoredAndCancelCloses) {
+TEST(SmallWindows, BearTheTextsOfTheLanguage) {
+    AppState state;
+    for (const Language language : {Language::English, Language::Chinese}) {
+        state.language = language;
+        ExpectTexts(frmComPort(state, TwoPorts, nullptr),
+                    {{"", {"Set COM", "串口设置"}},
+                     {"Label1", {"Comm Port", "串口"}},
+                     {"cmdOK", {"OK", "确定"}},
+                     {"cmdCancel", {"Cancel", "取消"}}},
+                    language);
+        const LanguageForm languages(state, nullptr);
+        ExpectTexts(languages,
+                    {{"", {"Language File Setup", "语言设置"}},
+                     {"lblLang", {"Language Mode", "语言模式"}},
+                     {"cmdOK", {"OK", "确定"}},
+                     {"cmdCancel", {"Cancel", "取消"}}},
+                    language);
+        const auto *list = languages.findChild<QComboBox *>("cboLang");
+        EXPECT_EQ(FromQt(list->itemText(0)), Pick(language, {"English", "英文"}));
+        EXPECT_EQ(FromQt(list->itemText(1)), Pick(language, {"Chinese", "中文"}));
+        EXPECT_EQ(list->currentIndex(), static_cast<int>(language));
+        ExpectTexts(frmAbout(state, nullptr),
+                    {{"", {"About  K470", "关于  K470"}},
+                     {"Label1",
+                      {"K470 Programming Software\r\n\r\n\r\nVersion  1.01\r\n\r\n"
+                       "K470 Programming Software used for K470",
+                       "K470 编程软件\r\n\r\n\r\n版本  1.01\r\n\r\nK470编程软件用于  K470机型"}},
+                     {"Command1", {"OK", "确定"}}},
+                    language);
+    }
+}
+
+TEST(AboutBox, ShowsItsPicturesAndClosesWithOk) {
+    frmAbout about({}, nullptr);
+    for (const char *name : {"Image1", "Image2"})
+        EXPECT_FALSE(about.findChild<QLabel *>(name)->pixmap().isNull()) << name;
+    about.show();
+    QTest::keyClick(&about, Qt::Key_Return);
+    EXPECT_EQ(about.result(), QDialog::Accepted);
+    EXPECT_FALSE(about.isVisible());
+}
+
+TEST(PortDialog, OpensOnThePortInUseElseOnTheFirst) {
+    for (const auto &[before, shown, after] :
+         std::vector<std::tuple<int, std::string, int>>{{10, "COM10", 10}, {1, "COM1", 1}, {7, "COM1", 1}}) {
+        AppState state;
+        state.portNumber = static_cast<std::uint8_t>(before);
+        frmComPort dialog(state, TwoPorts, nullptr);
+        EXPECT_EQ(state.comPortList, (std::vector<std::string>{"COM1", "COM10"}));
+        EXPECT_EQ(FromQt(dialog.findChild<QComboBox *>("Combo1")->currentText()), shown);
+        EXPECT_EQ(state.portNumber, before);
+        dialog.show();
+        QTest::keyClick(&dialog, Qt::Key_Return);
+        EXPECT_FALSE(dialog.isVisible());
+        EXPECT_EQ(state.portNumber, after);
+    }
+}
+
+TEST(PortDialog, TellsTheDeviceOfEachPortAndOfTheOneChosen) {
+    AppState state;
+    frmComPort dialog(state, TwoPorts, nullptr);
+    auto *list = dialog.findChild<QComboBox *>("Combo1");
+    EXPECT_EQ(FromQt(list->itemData(0, Qt::ToolTipRole).toString()), "/dev/ttyS0");
+    EXPECT_EQ(FromQt(list->itemData(1, Qt::ToolTipRole).toString()), "/dev/ttyUSB5\nSerial cable");
+    EXPECT_EQ(FromQt(list->toolTip()), "/dev/ttyS0");
+    QTest::keyClick(list, Qt::Key_Down);
+    EXPECT_EQ(FromQt(list->toolTip()), "/dev/ttyUSB5\nSerial cable");
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+    EXPECT_EQ(state.portNumber, DefaultPortNumber);
+}
+
+TEST(PortDialog, IgnoresOkWithoutAPort) {
     AppState state;
     state.portNumber = 7;
     frmComPort dialog(state, {}, nullptr);
     dialog.show();
-    Press(dialog, "cmdOK");
+    EXPECT_EQ(state.comPortList, std::vector<std::string>{""});
+    EXPECT_EQ(FromQt(dialog.findChild<QComboBox *>("Combo1")->currentText()), "");
+    QTest::keyClick(&dialog, Qt::Key_Return);
     EXPECT_TRUE(dialog.isVisible());
-    Press(dialog, "cmdCancel");
+    QTest::keyClick(&dialog, Qt::Key_Escape);
     EXPECT_FALSE(dialog.isVisible());
     EXPECT_EQ(state.portNumber, 7);
-    EXPECT_EQ(state.comPortList, std::vector<std::string>{""});
 }
 
-TEST(LanguageDialog, OkTakesTheChosenLanguageAndCancelNone) {
-    AppState state = InLanguage(Language::English);
-    LanguageForm dialog(state, nullptr);
-    EXPECT_EQ(FromQt(dialog.windowTitle()), "Language File Setup");
-    EXPECT_EQ(Shown(dialog, "lblLang"), "Language Mode");
-    auto *list = dialog.findChild<QComboBox *>("cboLang");
-    EXPECT_EQ(list->currentText(), "English");
-    list->setCurrentIndex(1);
-    Press(dialog, "cmdCancel");
-    EXPECT_EQ(state.language, Language::English);
-    Press(dialog, "cmdOK");
-    EXPECT_EQ(state.language, Language::Chinese);
-
-    LanguageForm chinese(state, nullptr);
-    EXPECT_EQ(FromQt(chinese.windowTitle()), "语言设置");
-    EXPECT_EQ(Shown(chinese, "lblLang"), "语言模式");
-    EXPECT_EQ(chinese.findChild<QComboBox *>("cboLang")->itemText(0), "英文");
-    EXPECT_EQ(chinese.findChild<QComboBox *>("cboLang")->currentText(), "中文");
-}
-
-TEST(AboutBox, HasItsSixLinesInBothLanguages) {
-    AppState english = InLanguage(Language::English);
-    frmAbout box(english, nullptr);
-    EXPECT_EQ(FromQt(box.windowTitle()), "About  K470");
-    EXPECT_EQ(Shown(box, "Label1"), "K470 Programming Software\r\n\r\n\r\nVersion  1.01\r\n\r\n"
-                                    "K470 Programming Software used for K470");
-    AppState chinese = InLanguage(Language::Chinese);
-    frmAbout other(chinese, nullptr);
-    EXPECT_EQ(FromQt(other.windowTitle()), "关于  K470");
-    EXPECT_EQ(Shown(other, "Label1"),
-              "K470 编程软件\r\n\r\n\r\n版本  1.01\r\n\r\nK470编程软件用于  K470机型");
-    EXPECT_FALSE(other.findChild<QLabel *>("Image1")->pixmap().isNull());
-    EXPECT_EQ(Button(other, "Command1"), "确定");
-}
-
-/// The transfer window over a real pseudo-terminal.
-class TransferWindow : public testing::Test, public CloneHost {
-protected:
-    struct Message {
-        std::string title, text;
-        QMessageBox::Icon icon;
-        QMessageBox::StandardButtons buttons;
-    };
-
-    /// Shows the window and answers its messages, in order, until it closes.
-    void Run(CloneMode mode, std::vector<QMessageBox::StandardButton> answers) {
-        state.cloneMode = mode;
-        frmclone window(state, *this, nullptr);
-        caption = FromQt(window.windowTitle());
-        initialLabel = Shown(window, "lblPercent");
-        QTimer timer;
-        QObject::connect(&timer, &QTimer::timeout, [&] {
-            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (box == nullptr || !box->isVisible() || answers.empty())
-                return;
-            messages.push_back(
-                {FromQt(box->windowTitle()), FromQt(box->text()), box->icon(), box->standardButtons()});
-            atMessage = {window.findChild<QProgressBar *>("prgPercent")->value(),
-                         window.findChild<QProgressBar *>("prgPercent")->maximum()};
-            const auto answer = answers.front();
-            answers.erase(answers.begin());
-            box->button(answer)->click();
-            if (answers.empty() && closeAfterAnswers)
-                QTimer::singleShot(0, &window, &QDialog::reject);
-        });
-        timer.start(1);
-        window.exec();
-        EXPECT_TRUE(answers.empty()) << "a message did not come";
+TEST(LanguageDialog, ChangesTheLanguageWithOkOnly) {
+    for (const auto &[key, after] :
+         {std::pair(Qt::Key_Return, Language::Chinese), std::pair(Qt::Key_Escape, Language::English)}) {
+        AppState state;
+        state.language = Language::English;
+        LanguageForm dialog(state, nullptr);
+        dialog.show();
+        QTest::keyClick(dialog.findChild<QComboBox *>("cboLang"), Qt::Key_Down);
+        EXPECT_EQ(state.language, Language::English);
+        QTest::keyClick(&dialog, key);
+        EXPECT_FALSE(dialog.isVisible());
+        EXPECT_EQ(state.language, after);
     }
+}
 
-    void Serve(SimulatedRadio &radio) {
-        server = std::make_unique<PtyServer>(radio);
-        ASSERT_FALSE(server->Start().has_value());
-        table = {{1, server->SlavePath(), ""}};
-    }
+/// The most opaque pixel of an icon.
+QColor Strongest(const QIcon &icon, double scale, QIcon::Mode mode) {
+    const QImage image = icon.pixmap(QSize(24, 24), scale, mode).toImage();
+    EXPECT_EQ(image.width(), qRound(24 * scale)) << "drawn for another scale";
+    QColor strongest(Qt::transparent);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixelColor(x, y).alpha() > strongest.alpha())
+                strongest = image.pixelColor(x, y);
+    return strongest;
+}
 
-    void ShowPort() override { portsShown.push_back(PortText(state)); }
-    void RefreshAfterRead() override { ++refreshed; }
-    ComPortTable ComPorts() override { return table; }
+TEST(ThemedIcons, AreDrawnInTheTextColourAtEveryScaleAndDimmedOutOfUse) {
+    QPalette palette;
+    for (const char *name : {"new", "open", "save", "print", "read", "com", "write", "about"})
+        for (const QColor &text : {QColor(0x11, 0x22, 0x33), QColor(0xEE, 0xDD, 0xCC)})
+            for (const double scale : {1.0, 1.25, 2.0}) {
+                palette.setColor(QPalette::WindowText, text);
+                const QIcon icon = ThemedIcon(QString(":/icons/%1.svg").arg(name), palette);
+                EXPECT_EQ(Strongest(icon, scale, QIcon::Normal).name(), text.name()) << name << scale;
+                EXPECT_NEAR(Strongest(icon, scale, QIcon::Disabled).alphaF(), 0.4, 0.02) << name << scale;
+            }
+    EXPECT_FALSE(ThemedIcon(":/icons/k470.svg", palette).isNull());
+    EXPECT_TRUE(ThemedIcon(":/icons/nothing.svg", palette).isNull());
+}
 
-    AppState state = InLanguage(Language::English);
-    ComPortTable table;
-    std::unique_ptr<PtyServer> server;
-    std::vector<Message> messages;
-    std::vector<std::string> portsShown;
-    std::pair<int, int> atMessage;
-    std::string caption;
-    std::string initialLabel;
-    int refreshed = 0;
-    bool closeAfterAnswers = false;
+struct Message {
+    std::string title;
+    std::string text;
+    QMessageBox::Icon icon;
+    QMessageBox::StandardButtons buttons;
+
+    bool operator==(const Message &) const = default;
 };
 
-TEST_F(TransferWindow, ReadsToTheEndAndRefreshesOnce) {
-    SimulatedRadio radio(MakeSampleMemory(16));
-    Serve(radio);
-    Run(CloneMode::Read, {QMessageBox::Ok});
-    EXPECT_EQ(caption, "Read data from radio");
-    EXPECT_EQ(initialLabel, "Completion percentage:  0%");
-    ASSERT_EQ(messages.size(), 1U);
-    EXPECT_EQ(messages[0].title + "/" + messages[0].text, "K470/Reading completed!");
-    EXPECT_EQ(messages[0].icon, QMessageBox::Information);
-    EXPECT_EQ(atMessage, std::pair(25, 25));
-    EXPECT_EQ(refreshed, 1);
-    EXPECT_EQ(state.gridRows, 17);
+std::ostream &operator<<(std::ostream &out, const Message &message) {
+    return out << message.title << " | " << message.text << " | icon " << message.icon;
 }
 
-TEST_F(TransferWindow, WritesToTheEndInChinese) {
-    SimulatedRadio radio(MakeSampleMemory(16));
-    Serve(radio);
-    state.language = Language::Chinese;
-    state.image = MakeSampleMemory(3);
-    state.gridRows = 4;
-    Run(CloneMode::Write, {QMessageBox::Ok});
-    EXPECT_EQ(caption, "向对讲机写入数据");
-    EXPECT_EQ(initialLabel, "完成进度:  0%");
-    EXPECT_EQ(messages.at(0).text, "成功写完！");
-    EXPECT_EQ(refreshed, 0);
-}
+const Message ReadDone{"K470", "Reading completed!", QMessageBox::Information, QMessageBox::Ok};
+const Message RetryOrCancel{"Error", "Check Connection. Retry or Cancel?", QMessageBox::Critical,
+                            QMessageBox::Retry | QMessageBox::Cancel};
 
-TEST_F(TransferWindow, NamesTheLinesThatAReadLacks) {
-    SimulatedRadio radio(MakeSampleMemory(16), FaultInjector({{FaultKind::NoReply, 7, 1}}, 1));
-    Serve(radio);
-    Run(CloneMode::Read, {QMessageBox::Ok, QMessageBox::Ok});
-    EXPECT_EQ(messages.at(1).text, "Lines 5 were not received. Read the radio again.");
-    EXPECT_EQ(messages.at(1).icon, QMessageBox::Warning);
-}
-
-TEST_F(TransferWindow, AsksWhenTheLineStaysDeadAndCancelEnds) {
-    SimulatedRadio radio(MakeSampleMemory(16), FaultInjector({{FaultKind::HangUp, 7, 1}}, 1));
-    Serve(radio);
-    Run(CloneMode::Read, {QMessageBox::Cancel});
-    ASSERT_EQ(messages.size(), 1U);
-    EXPECT_EQ(messages[0].title + "/" + messages[0].text, "Error/Check Connection. Retry or Cancel?");
-    EXPECT_EQ(messages[0].icon, QMessageBox::Critical);
-    EXPECT_EQ(messages[0].buttons, QMessageBox::Retry | QMessageBox::Cancel);
-    EXPECT_EQ(refreshed, 0);
-}
-
-TEST_F(TransferWindow, SaysWhyThePortDoesNotOpenAndStaysIdle) {
-    table = {{1, "/dev/k470-no-such-device", ""}};
-    closeAfterAnswers = true;
-    Run(CloneMode::Read, {QMessageBox::Ok});
-    ASSERT_EQ(messages.size(), 1U);
-    EXPECT_EQ(messages[0].title, "Error");
-    EXPECT_NE(messages[0].text.find("/dev/k470-no-such-device"), std::string::npos);
-    EXPECT_EQ(messages[0].icon, QMessageBox::Warning);
-}
-
-TEST_F(TransferWindow, ClosedInTheMiddleFreesThePortForTheNext) {
-    SimulatedRadio radio(MakeSampleMemory(99));
-    Serve(radio);
-    state.cloneMode = CloneMode::Read;
-    {
-        frmclone window(state, *this, nullptr);
-        window.show();
-        auto *bar = window.findChild<QProgressBar *>("prgPercent");
-        ASSERT_TRUE(QTest::qWaitFor([bar] { return bar->value() > 3; }));
-        QTest::keyClick(&window, Qt::Key_Escape);
-        EXPECT_FALSE(window.isVisible());
+/// The transfer window over a real pseudo-terminal, with the simulated radio at its other end.
+class TransferWindow : public testing::Test, private CloneHost {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(folder.isValid());
+        state.language = Language::English;
+        state.image.fill(0xAA);
     }
-    EXPECT_EQ(refreshed, 0);
-    Run(CloneMode::Read, {QMessageBox::Ok});
-    EXPECT_EQ(refreshed, 1);
+
+    /// Makes a radio COM1, also after a hang-up.
+    void Serve(const MemoryImage &memory, std::vector<Fault> faults = {}) {
+        server.reset();
+        radio = std::make_unique<SimulatedRadio>(memory, FaultInjector(std::move(faults)));
+        const std::string link = FromQt(folder.filePath("radio"));
+        server = std::make_unique<PtyServer>(*radio, PtyServerOptions{.link = link});
+        const auto failure = server->Start();
+        ASSERT_FALSE(failure.has_value()) << *failure;
+        table = {{1, link, ""}};
+    }
+
+    /// Shows the window until it closes. Each message is kept, then answered with the next of `keys`;
+    /// `look` sees the window again and again while no message stands over it.
+    void Run(CloneMode mode, std::vector<Qt::Key> keys, const std::function<void(frmclone &)> &look = {}) {
+        state.cloneMode = mode;
+        messages.clear();
+        frmclone window(state, *this, nullptr);
+        sizes = {window.sizeHint()};
+        const auto *percent = window.findChild<QLabel *>("lblPercent");
+        EXPECT_TRUE(percent->isHidden());
+        EXPECT_EQ(FromQt(percent->text()),
+                  Pick(state.language, {"Completion percentage:  0%", "完成进度:  0%"}));
+        QTimer watch;
+        QObject::connect(&watch, &QTimer::timeout, [&] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                Answer(*box, window, keys);
+            } else if (window.isVisible()) {
+                sizes.push_back(window.size());
+                if (look)
+                    look(window);
+            }
+        });
+        watch.start(1);
+        QTimer::singleShot(30000, &window, [&] {
+            ADD_FAILURE() << "the window did not close";
+            window.close();
+        });
+        window.exec();
+        EXPECT_EQ(std::adjacent_find(sizes.begin(), sizes.end(), std::not_equal_to<>()), sizes.end())
+            << "the window changed its size";
+        EXPECT_FALSE(IsBusy(window));
+        bar = window.findChild<QProgressBar *>("prgPercent")->value();
+        maximum = window.findChild<QProgressBar *>("prgPercent")->maximum();
+        label = FromQt(percent->text());
+    }
+
+    void Answer(QMessageBox &box, frmclone &window, std::vector<Qt::Key> &keys) {
+        messages.push_back(
+            {FromQt(box.windowTitle()), FromQt(box.text()), box.icon(), box.standardButtons()});
+        EXPECT_TRUE(window.isVisible());
+        EXPECT_FALSE(IsBusy(window)) << "something ticks under a message";
+        window.close();
+        EXPECT_TRUE(window.isVisible()) << "closed under an open message";
+        const Qt::Key key = keys.empty() ? Qt::Key_Escape : keys.front();
+        if (!keys.empty())
+            keys.erase(keys.begin());
+        QTest::keyClick(&box, key);
+    }
+
+    static bool IsBusy(const frmclone &window) {
+        return window.findChild<QTimer *>("tmrSend")->isActive() ||
+               window.findChild<QTimer *>("tmrOvertime")->isActive();
+    }
+
+    static int Progress(const frmclone &window) {
+        return window.findChild<QProgressBar *>("prgPercent")->value();
+    }
+
+    void ShowPort() override { shownPorts.push_back(state.portNumber); }
+    void RefreshAfterRead() override { ++refreshes; }
+    ComPortTable ComPorts() override { return table; }
+
+    QTemporaryDir folder;
+    AppState state;
+    ComPortTable table;
+    std::unique_ptr<SimulatedRadio> radio;
+    std::unique_ptr<PtyServer> server;
+    std::vector<Message> messages;
+    std::vector<QSize> sizes;
+    std::vector<int> shownPorts;
+    int refreshes = 0;
+    int bar = 0;
+    int maximum = 0;
+    std::string label;
+};
+
+TEST_F(TransferWindow, RunsToItsEndInBothDirectionsAndLanguages) {
+    struct Case {
+        CloneMode mode;
+        TextPair caption;
+        TextPair completed;
+        int refreshes;
+        int bar; ///< value and maximum at the end, for three channels
+    };
+    for (const Case &c : {Case{CloneMode::Read,
+                               {"Read data from radio", "从对讲机读取数据"},
+                               {"Reading completed!", "成功读完！"},
+                               1,
+                               12},
+                          Case{CloneMode::Write,
+                               {"Write data to radio", "向对讲机写入数据"},
+                               {"Writing completed!", "成功写完！"},
+                               0,
+                               9}})
+        for (const Language language : {Language::English, Language::Chinese}) {
+            const bool reading = c.mode == CloneMode::Read;
+            Serve(reading ? MakeSampleMemory(3) : MemoryImage{});
+            state.language = language;
+            state.image = reading ? MemoryImage{} : MakeSampleMemory(3);
+            state.gridRows = reading ? 17 : 4;
+            refreshes = 0;
+            std::string caption;
+            Run(c.mode, {Qt::Key_Return},
+                [&](const frmclone &window) { caption = FromQt(window.windowTitle()); });
+            server->Stop();
+            EXPECT_EQ(caption, Pick(language, c.caption));
+            const Message done{"K470", std::string(Pick(language, c.completed)), QMessageBox::Information,
+                               QMessageBox::Ok};
+            EXPECT_EQ(messages, std::vector{done});
+            EXPECT_EQ(refreshes, c.refreshes);
+            EXPECT_EQ(state.gridRows, 4);
+            EXPECT_EQ(std::pair(bar, maximum), std::pair(c.bar, c.bar));
+            EXPECT_EQ(label, Pick(language, {"Completion percentage: 100%", "完成进度: 100%"}));
+            for (const int line : {0, 2, 99, 107})
+                EXPECT_TRUE(std::ranges::equal(Line(state.image, line), Line(radio->Memory(), line))) << line;
+        }
+}
+
+TEST_F(TransferWindow, NamesTheLinesThatACompletedReadLacks) {
+    Serve(MakeSampleMemory(16), {{FaultKind::NoReply, 5}});
+    Run(CloneMode::Read, {Qt::Key_Return, Qt::Key_Return});
+    const Message missing{"K470", "Lines 3 were not received. Read the radio again.", QMessageBox::Warning,
+                          QMessageBox::Ok};
+    EXPECT_EQ(messages, (std::vector{ReadDone, missing}));
+}
+
+TEST_F(TransferWindow, StaysOpenAndIdleAfterAPortThatCannotBeOpened) {
+    for (const Language language : {Language::English, Language::Chinese}) {
+        state.language = language;
+        table = {{1, FromQt(folder.filePath("nothing")), ""}};
+        bool idle = false;
+        Run(CloneMode::Read, {Qt::Key_Return}, [&](frmclone &window) {
+            if (messages.empty())
+                return;
+            idle = !IsBusy(window);
+            QTest::keyClick(&window, Qt::Key_Escape);
+        });
+        const PortFailure failure{PortFailure::Kind::NoSuchDevice, "COM1", table[0].device, ""};
+        const Message refusal{"Error", PortFailureText(failure, language), QMessageBox::Warning,
+                              QMessageBox::Ok};
+        EXPECT_EQ(messages, std::vector{refusal});
+        EXPECT_TRUE(idle);
+        EXPECT_EQ(refreshes, 0);
+    }
+}
+
+TEST_F(TransferWindow, ClosedInTheMiddleKeepsWhatCameAndFreesThePort) {
+    for (const CloneMode mode : {CloneMode::Read, CloneMode::Write})
+        for (const bool byKey : {true, false}) {
+            Serve(MakeSampleMemory(99));
+            state.gridRows = 100;
+            state.image = {};
+            Run(mode, {}, [&](frmclone &window) {
+                if (Progress(window) < 3)
+                    return;
+                if (byKey)
+                    QTest::keyClick(&window, Qt::Key_Escape);
+                else
+                    window.close();
+            });
+            EXPECT_EQ(messages, std::vector<Message>{});
+            EXPECT_EQ(refreshes, 0);
+            EXPECT_LT(bar, 90) << "the session ran on";
+            if (mode == CloneMode::Read) {
+                EXPECT_TRUE(std::ranges::equal(Line(state.image, 2), Line(radio->Memory(), 2)));
+            }
+        }
+    Run(CloneMode::Read, {Qt::Key_Return});
+    EXPECT_EQ(messages, std::vector{ReadDone});
+}
+
+TEST_F(TransferWindow, ClosedBeforeItBeganOpensNoPort) {
+    table = {{1, FromQt(folder.filePath("nothing")), ""}};
+    QMetaObject::invokeMethod(
+        qApp, [] { QApplication::activeModalWidget()->close(); }, Qt::QueuedConnection);
+    Run(CloneMode::Read, {Qt::Key_Return});
+    EXPECT_EQ(messages, std::vector<Message>{});
+}
+
+TEST_F(TransferWindow, RetryAfterAHangUpStartsAnew) {
+    Serve(MakeSampleMemory(3), {{FaultKind::HangUp, 4}});
+    Run(CloneMode::Read, {Qt::Key_Return, Qt::Key_Return});
+    EXPECT_EQ(messages, (std::vector{RetryOrCancel, ReadDone}));
+    EXPECT_EQ(std::pair(bar, maximum), std::pair(12, 12));
+    EXPECT_EQ(refreshes, 1);
+}
+
+TEST_F(TransferWindow, CancelAfterTheSearchOfAllPortsRestoresThePort) {
+    Serve(MakeSampleMemory(3), {{FaultKind::NoReply, 0, MaxFaultCount}});
+    table = {{3, table[0].device, ""}, {1, table[0].device, ""}, {9, table[0].device, ""}};
+    state.language = Language::Chinese;
+    const MemoryImage before = state.image;
+    Run(CloneMode::Read, {Qt::Key_Escape});
+    const Message question{"错误", "检测连接。重试或取消？", QMessageBox::Critical,
+                           QMessageBox::Retry | QMessageBox::Cancel};
+    EXPECT_EQ(messages, std::vector{question});
+    EXPECT_EQ(shownPorts, (std::vector{3, 1, 9, 1}));
+    EXPECT_EQ(state.portNumber, 1);
+    EXPECT_EQ(state.image, before);
+    EXPECT_EQ(refreshes, 0);
 }
 
 } // namespace

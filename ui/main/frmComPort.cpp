@@ -56,7 +56,6 @@ void frmComPort::FillPorts(const ComPortTable &table) {
         combo1_->setItemData(combo1_->count() - 1, ToolTipOf(port), Qt::ToolTipRole);
     }
     const int current = combo1_->findText(ToQt(ComPortName(state_.portNumber)));
-    combo1_->setCurrentIndex(-1); // so that the first entry too counts as a change
     combo1_->setCurrentIndex(current >= 0 ? current : 0);
 }
 
