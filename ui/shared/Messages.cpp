@@ -1,10 +1,17 @@
 #include "ui/shared/Messages.h"
 
 #include <QCoreApplication>
+#include <QGridLayout>
 #include <QLibraryInfo>
 #include <QTranslator>
 
 namespace k470 {
+
+namespace {
+
+constexpr int LeastWidth = 240; // pixels
+
+} // namespace
 
 QMessageBox::StandardButton ShowMessage(QWidget *owner, QMessageBox::Icon icon, const QString &title,
                                         const QString &text, QMessageBox::StandardButtons buttons,
@@ -14,6 +21,9 @@ QMessageBox::StandardButton ShowMessage(QWidget *owner, QMessageBox::Icon icon, 
     box.setObjectName("MessageBox");
     box.setTextFormat(Qt::PlainText);
     box.setDefaultButton(defaultButton);
+    // Wide enough for a title: the shortest Chinese texts are not.
+    if (auto *grid = qobject_cast<QGridLayout *>(box.layout()))
+        grid->addItem(new QSpacerItem(LeastWidth, 0), grid->rowCount(), 0, 1, grid->columnCount());
     return static_cast<QMessageBox::StandardButton>(box.exec());
 }
 
