@@ -305,7 +305,7 @@ bool FakeClone::Step(Moment end) {
     }
     const Moment wire = port.NextDue();
     const Moment send = timers.SendDue();
-    const Moment next = std::min({wire, send, timers.OvertimeDue()});
+    const Moment next = std::min(std::min(wire, send), timers.OvertimeDue());
     if (next > end || next == Never)
         return false;
     now = std::max(now, next);

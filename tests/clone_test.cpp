@@ -222,6 +222,22 @@ TEST(CloneSession, NeverShowsMoreThanItsMaximumAndCountsUpOnly) {
     }
 }
 
+TEST(CloneSession, CountsDataLinesOfAReadAndLinesOfAWriteFromTheFourthOn) {
+    using Steps = std::vector<std::pair<int, int>>;
+    const Steps read{{0, 108}, {1, 108}, {1, 11}, {2, 11}, {3, 11},  {4, 11}, {5, 11},
+                     {6, 11},  {7, 11},  {8, 11}, {9, 11}, {10, 11}, {11, 11}};
+    const Steps write{{0, 106}, {1, 106}, {2, 106}, {2, 11}, {3, 11},  {4, 11}, {5, 11},
+                      {6, 11},  {7, 11},  {8, 11},  {9, 11}, {10, 11}, {11, 11}};
+    for (const CloneMode mode : {CloneMode::Read, CloneMode::Write}) {
+        AppState state = mode == CloneMode::Read ? ReadState() : WriteState(6);
+        SimulatedRadio radio(MakeSampleMemory(2));
+        FakeClone clone(state, Delivery::AtOnce);
+        clone.Connect(1, &radio);
+        ASSERT_TRUE(clone.Run());
+        EXPECT_EQ(clone.view.progress, mode == CloneMode::Read ? read : write);
+    }
+}
+
 TEST(CloneSession, AsksForTheLengthOfTheReplyAfterEachFrame) {
     AppState state = ReadState();
     SimulatedRadio radio(MakeSampleMemory(1));
@@ -647,6 +663,46 @@ TEST(Question, HoldsEverythingUpWhileItIsOpen) {
     ASSERT_TRUE(clone.Run());
     EXPECT_EQ(clone.view.calls,
               (Calls{"ShowPercentLabel", "AskRetry", "ShowCompleted", "RefreshAfterRead", "CloseWindow"}));
+}
+
+TEST(Retry, AsksForEveryLineAgainAndNamesWhatThenIsLost) {
+    AppState state = ReadState();
+    SimulatedRadio radio(MakeSampleMemory(4));
+    bool silent = false;
+    int handshakes = 0;
+    Tampered tampered(radio, [&](const Bytes &frame, std::vector<Reply> &replies) {
+        handshakes += frame == Handshake ? 1 : 0;
+        // The first time the radio falls silent at line 99, the second time line 1 alone is lost.
+        silent = handshakes == 1 && (silent || frame == Hex("52 06 30 10"));
+        if (silent || (handshakes == 2 && frame == Hex("52 00 10 10")))
+            replies.clear();
+    });
+    FakeClone clone(state, Delivery::AtOnce);
+    clone.view.retries = {true};
+    clone.Connect(1, &tampered);
+    ASSERT_TRUE(clone.Run());
+    EXPECT_EQ(clone.session->Result(), Outcome::Completed);
+    EXPECT_EQ(std::ranges::count(clone.LinesSent('R'), 0), 2);
+    EXPECT_EQ(clone.view.missing, std::vector<int>{1});
+}
+
+TEST(BadReply, IsANotificationWithoutTheBytes) {
+    for (const std::size_t frame :
+         {2U, 3U, 4U, 5U}) { // identification, its acknowledge, a line, its acknowledge
+        AppState state = ReadState();
+        SimulatedRadio radio(MakeSampleMemory(4));
+        FakeClone clone(state, Delivery::ByteByByte);
+        clone.Connect(1, &radio);
+        clone.Start();
+        ASSERT_TRUE(clone.RunUntil([&] { return clone.port.Frames().size() == frame; }));
+        const MemoryImage image = state.image;
+        clone.session->Received();
+        EXPECT_EQ(state.image, image);
+        ASSERT_TRUE(clone.RunUntil([&] { return clone.port.Frames().size() == frame + 1; }));
+        EXPECT_EQ(clone.Frames().back(), Ack) << "the repetition";
+        EXPECT_EQ(clone.Repetitions(), 1);
+        EXPECT_LE(clone.port.Frames()[frame].time - clone.port.Frames()[frame - 1].time, 3ms);
+    }
 }
 
 // Ports that do not open, users who close
