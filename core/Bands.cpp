@@ -7,6 +7,8 @@ namespace k470 {
 namespace {
 
 constexpr double MaxStoredTenths = 9999;
+constexpr double NarrowestSpan = 1; // MHz
+constexpr double WidestSpan = 100;
 constexpr TextPair CustomText{"Custom", "自定义"};
 
 void StoreLimit(MemoryImage &image, std::size_t address, double limit) {
@@ -47,6 +49,11 @@ std::uint8_t FindBand(double low, double high) {
             return position;
     }
     return CustomBand;
+}
+
+bool IsSpanAllowed(Band band) {
+    const double span = RoundHalfEven(band.high) - RoundHalfEven(band.low);
+    return span >= NarrowestSpan && span <= WidestSpan;
 }
 
 void StoreBandLimits(AppState &state) {

@@ -24,6 +24,9 @@ std::string BandText(std::size_t position, Language language);
 /// The position of the standard band whose limits are exactly these, CustomBand when none is.
 std::uint8_t FindBand(double low, double high);
 
+/// Whether a band may span these limits: 1 to 100 MHz between them, each rounded to whole MHz.
+bool IsSpanAllowed(Band band);
+
 /// Writes the band limits of the state into the image as four packed decimal digits, rounded to 0.1 MHz. A
 /// limit outside 0 to 999.9 MHz leaves its bytes as they are.
 void StoreBandLimits(AppState &state);

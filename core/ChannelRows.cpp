@@ -7,8 +7,6 @@ namespace k470 {
 
 namespace {
 
-constexpr std::uint8_t LockoutMask = 0x03;
-constexpr std::uint8_t OptionMask = 0x0C;
 constexpr int HighestShownScrambler = 7;
 constexpr std::uint8_t StoredScramblerNo = 1;
 
@@ -32,10 +30,10 @@ struct FlagColumn {
 const std::array<FlagColumn, 5> FlagColumns{{
     {ColPower, 0x20, false, 0, {{Text::High, "", 0x20}, {Text::Low, "", 0x00}}},
     {ColWidth, 0x10, false, 0, {{Text::Wide, "", 0x10}, {Text::Narrow, "", 0x00}}},
-    {ColLockout, LockoutMask, true, 0, {{Text::Off, "", 0}, {Text::Carrier, "", 1}, {0, QtDqt, 2}}},
+    {ColLockout, Record::LockoutMask, true, 0, {{Text::Off, "", 0}, {Text::Carrier, "", 1}, {0, QtDqt, 2}}},
     {ColScanAdd, 0x40, false, 0, {{Text::No, "", 0x00}, {Text::Yes, "", 0x40}}},
     {ColOption,
-     OptionMask,
+     Record::OptionMask,
      true,
      0,
      {{Text::Off, "", 0}, {Text::Scrambler, "", 4}, {Text::Compander, "", 8}}},

@@ -9,7 +9,6 @@ namespace k470 {
 
 namespace {
 
-constexpr std::uint8_t NotProgrammed = 0xFF;
 constexpr std::string_view DefaultModelText = "VZ-470";
 static_assert(DefaultModelText.size() == ModelTextSize);
 

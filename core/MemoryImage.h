@@ -10,8 +10,11 @@ namespace k470 {
 
 struct AppState;
 
-/// The radio's configuration memory, byte for byte. 0xFF in a field means not programmed.
+/// The radio's configuration memory, byte for byte.
 using MemoryImage = std::array<std::uint8_t, ImageSize>;
+
+/// A byte of a field that holds nothing.
+inline constexpr std::uint8_t NotProgrammed = 0xFF;
 
 /// The 16 bytes of a line. @param line 0 to 111
 std::span<std::uint8_t, LineSize> Line(MemoryImage &image, int line);

@@ -10,7 +10,6 @@ namespace k470 {
 
 namespace {
 
-constexpr std::uint8_t NotProgrammed = 0xFF;
 constexpr std::uint16_t NoTone = 0xFFFF;
 
 /// Frequencies in units of 10 Hz: whole points of the 5 or 6.25 kHz raster, 0.8 MHz from channel to channel.

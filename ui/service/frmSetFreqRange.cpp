@@ -1,6 +1,7 @@
 #include "ui/service/frmSetFreqRange.h"
 
 #include "core/Bands.h"
+#include "core/Channels.h"
 #include "core/NumberText.h"
 #include "ui/service/LimitBox.h"
 #include "ui/shared/Messages.h"
@@ -21,11 +22,6 @@ constexpr Place FramePlace{240, 120, 3735, 1215};
 constexpr Place OkPlace{833, 1560, 1095, 375};
 constexpr Place CancelPlace{2273, 1560, 1095, 375};
 constexpr int LabelTop = 240; // in the frame
-
-constexpr double LowestLimit = 130; // MHz
-constexpr double HighestLimit = 490;
-constexpr double NarrowestSpan = 1;
-constexpr double WidestSpan = 100;
 
 constexpr TextPair Caption{"Custom", "自定义"};
 constexpr const char *Unit = " (MHz)";
@@ -79,16 +75,11 @@ double frmSetFreqRange::Limit(std::size_t index) const {
 
 void frmSetFreqRange::TxtFreq_Validate() {
     for (std::size_t i = 0; i < txtFreq_.size(); ++i) {
-        if (Limit(i) < LowestLimit)
-            txtFreq_[i]->SetLimit(ToQt(ShortestDecimal(LowestLimit)));
-        else if (Limit(i) > HighestLimit)
-            txtFreq_[i]->SetLimit(ToQt(ShortestDecimal(HighestLimit)));
+        if (Limit(i) < LowestFrequency)
+            txtFreq_[i]->SetLimit(ToQt(ShortestDecimal(LowestFrequency)));
+        else if (Limit(i) > HighestFrequency)
+            txtFreq_[i]->SetLimit(ToQt(ShortestDecimal(HighestFrequency)));
     }
-}
-
-bool frmSetFreqRange::IsRangeAllowed() const {
-    const double span = RoundHalfEven(Limit(1)) - RoundHalfEven(Limit(0));
-    return span >= NarrowestSpan && span <= WidestSpan;
 }
 
 bool frmSetFreqRange::ConfirmErase() {
@@ -100,12 +91,12 @@ bool frmSetFreqRange::ConfirmErase() {
 
 void frmSetFreqRange::Apply() {
     TxtFreq_Validate(); // the access key of a button leaves the focus where it is
-    if (!IsRangeAllowed()) {
+    const Band limits{Limit(0), Limit(1)};
+    if (!IsSpanAllowed(limits)) {
         const int id = Text::RangeRefused + static_cast<int>(state_.language);
         ShowMessage(this, QMessageBox::NoIcon, ToQt(ModelWord), ToQt(LoadResString(id)));
         return;
     }
-    const Band limits{Limit(0), Limit(1)};
     if (limits.low != state_.bandLow || limits.high != state_.bandHigh) {
         if (!ConfirmErase())
             return;

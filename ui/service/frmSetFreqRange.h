@@ -33,7 +33,6 @@ private:
     void AddLimit(std::size_t index, QWidget *frame, double limit);
     void TxtFreq_Validate();
     double Limit(std::size_t index) const;
-    bool IsRangeAllowed() const;
     bool ConfirmErase();
     void Apply();
 

@@ -1,0 +1,213 @@
+#include "core/ImageChecks.h"
+
+#include "core/AppState.h"
+#include "core/Bands.h"
+#include "core/ChannelRows.h"
+#include "core/Channels.h"
+#include "core/NumberText.h"
+#include "core/Settings.h"
+#include "core/Tones.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <utility>
+
+namespace k470 {
+
+namespace {
+
+using Kind = ImageWarning::Kind;
+
+struct FieldShape {
+    std::string_view field;
+    TextPair name;
+};
+
+constexpr std::array<FieldShape, 17> FieldShapes{{
+    {"receiveFrequency", {"receive frequency", "接收频率"}},
+    {"transmitFrequency", {"transmit frequency", "发射频率"}},
+    {"receiveTone", {"receive tone", "接收亚音"}},
+    {"transmitTone", {"transmit tone", "发射亚音"}},
+    {"lockout", {"busy channel lockout", "遇忙禁发"}},
+    {"option", {"option", "可选"}},
+    {"band", {"band", "频段"}},
+    {"timeOutTimer", {"time-out timer", "超时定时器"}},
+    {"squelch", {"squelch level", "静噪等级"}},
+    {"voice", {"voice annunciation", "操作语音提示"}},
+    {"channelCount", {"channel count", "信道数"}},
+    {"workingChannel", {"working channel", "工作信道"}},
+    {"volume", {"volume", "音量"}},
+    {"batterySave", {"battery save", "电池省电"}},
+    {"beep", {"beep", "哔音"}},
+    {"scrambler", {"scrambler", "扰频"}},
+    {"compander", {"compander", "压扩"}},
+}};
+constexpr std::size_t FirstSettingField = 7; // in the order of Setting
+static_assert(FirstSettingField + std::tuple_size_v<decltype(SettingShapes)> == FieldShapes.size());
+
+std::string HexBytes(std::span<const std::uint8_t> bytes) {
+    constexpr std::string_view Digits = "0123456789ABCDEF";
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        text += text.empty() ? "" : " ";
+        text += Digits[byte >> 4];
+        text += Digits[byte & 0x0F];
+    }
+    return text;
+}
+
+/// The image under the check and what it has found.
+struct Findings {
+    const MemoryImage &image;
+    Band band;
+    std::vector<ImageWarning> warnings{};
+
+    void Warn(Kind kind, int channel, std::string_view field, std::string value) {
+        warnings.push_back({kind, channel, field, std::move(value)});
+    }
+};
+
+Band BandOf(const MemoryImage &image) {
+    AppState state;
+    state.image = image;
+    LoadBandLimits(state);
+    return {state.bandLow, state.bandHigh};
+}
+
+int ChannelsInUse(const MemoryImage &image) {
+    const int count = image[Address::ChannelCount];
+    return count >= 1 && count <= MaxChannels ? count : MaxChannels;
+}
+
+bool IsPackedDecimal(std::span<const std::uint8_t> bytes) {
+    return std::all_of(bytes.begin(), bytes.end(),
+                       [](std::uint8_t byte) { return (byte >> 4) <= 9 && (byte & 0x0F) <= 9; });
+}
+
+void CheckBand(Findings &findings) {
+    const std::span<const std::uint8_t> bytes(&findings.image[Address::BandLow], 2 * BandLimitSize);
+    const auto [low, high] = findings.band;
+    if (!IsPackedDecimal(bytes) || low < LowestFrequency || high > HighestFrequency ||
+        !IsSpanAllowed(findings.band))
+        findings.Warn(Kind::NoBand, ImageWarning::WholeRadio, "band", HexBytes(bytes));
+}
+
+/// A byte that its list does not offer shows an entry that gives another byte. A check box takes any.
+bool IsOffered(const SettingShape &shape, const MemoryImage &image) {
+    const std::uint8_t byte = image[shape.address];
+    if (shape.setting == Setting::ChannelCount)
+        return byte >= 1 && byte <= MaxChannels;
+    if (shape.setting == Setting::WorkingChannel)
+        return byte < ChannelsInUse(image);
+    return shape.label == nullptr || shape.toByte(shape.toEntry(byte)) == byte;
+}
+
+void CheckSettings(Findings &findings) {
+    for (const SettingShape &shape : SettingShapes) {
+        const auto position = static_cast<std::size_t>(shape.setting);
+        if (!IsOffered(shape, findings.image))
+            findings.Warn(Kind::NotInList, ImageWarning::WholeRadio,
+                          FieldShapes[FirstSettingField + position].field,
+                          std::to_string(findings.image[shape.address]));
+    }
+    const int working = findings.image[Address::WorkingChannel];
+    if (working < ChannelsInUse(findings.image) && IsEmptyChannel(findings.image, working))
+        findings.Warn(Kind::EmptyWorkingChannel, ImageWarning::WholeRadio, "workingChannel",
+                      std::to_string(working + 1));
+}
+
+/// @param text in the form of GetFreqString
+bool IsOnRaster(std::string text) {
+    constexpr int Raster5kHz = 500; // units of 10 Hz
+    constexpr int Raster625Hz = 625;
+    std::erase(text, '.');
+    const int units = std::stoi(text);
+    return units % Raster5kHz == 0 || units % Raster625Hz == 0;
+}
+
+void CheckFrequency(Findings &findings, int ch, Field which) {
+    const std::string_view field = which == Field::Rx ? "receiveFrequency" : "transmitFrequency";
+    const std::string text = GetFreqString(findings.image, which, ch);
+    if (text.empty()) {
+        const auto bytes =
+            Line(findings.image, ch)
+                .subspan(which == Field::Rx ? Record::RxFreq : Record::TxFreq, Record::FreqSize);
+        if (std::find(bytes.begin(), bytes.end(), NotProgrammed) == bytes.end())
+            findings.Warn(Kind::NoFrequency, ch, field, HexBytes(bytes));
+        return;
+    }
+    const double megahertz = NumericPrefix(text);
+    if (megahertz < findings.band.low || megahertz > findings.band.high)
+        findings.Warn(Kind::OutsideBand, ch, field, text);
+    if (!IsOnRaster(text))
+        findings.Warn(Kind::OffRaster, ch, field, text);
+}
+
+void CheckTone(Findings &findings, int ch, Field which) {
+    const std::string text = GetToneString(findings.image, which, ch, Language::English);
+    if (text.empty() || NormalizeTone(text, Language::English) != text) {
+        const auto bytes =
+            Line(findings.image, ch).subspan(which == Field::Rx ? Record::RxTone : Record::TxTone, 2);
+        findings.Warn(Kind::UnknownTone, ch, which == Field::Rx ? "receiveTone" : "transmitTone",
+                      text.empty() ? HexBytes(bytes) : text);
+    }
+}
+
+/// Bits that stand for none of the choices show the first one, and storing what is shown changes them.
+void CheckChoices(Findings &findings, int ch) {
+    MemoryImage stored = findings.image;
+    StoreRow(stored, ch, RowFromRecord(stored, ch, Language::English), Language::English);
+    const unsigned flags = Line(findings.image, ch)[Record::Flags];
+    const unsigned changed = flags ^ Line(stored, ch)[Record::Flags];
+    if ((changed & Record::LockoutMask) != 0)
+        findings.Warn(Kind::NotInList, ch, "lockout", std::to_string(flags & Record::LockoutMask));
+    if ((changed & Record::OptionMask) != 0)
+        findings.Warn(Kind::NotInList, ch, "option", std::to_string(flags & Record::OptionMask));
+}
+
+void CheckChannel(Findings &findings, int ch) {
+    if (IsMarkedEmpty(findings.image, ch))
+        return;
+    CheckFrequency(findings, ch, Field::Rx);
+    if (IsEmptyChannel(findings.image, ch))
+        return;
+    CheckFrequency(findings, ch, Field::Tx);
+    CheckTone(findings, ch, Field::Rx);
+    if (!GetFreqString(findings.image, Field::Tx, ch).empty())
+        CheckTone(findings, ch, Field::Tx);
+    CheckChoices(findings, ch);
+}
+
+} // namespace
+
+std::vector<ImageWarning> CheckImage(const MemoryImage &image) {
+    Findings findings{image, BandOf(image)};
+    CheckBand(findings);
+    CheckSettings(findings);
+    for (int ch = 0; ch < ChannelsInUse(image); ++ch)
+        CheckChannel(findings, ch);
+    return std::move(findings.warnings);
+}
+
+std::string_view FieldName(const ImageWarning &warning, Language language) {
+    const auto found = std::find_if(FieldShapes.begin(), FieldShapes.end(),
+                                    [&](const FieldShape &shape) { return shape.field == warning.field; });
+    return found == FieldShapes.end() ? warning.field : Pick(language, found->name);
+}
+
+std::string_view WarningText(Kind kind, Language language) {
+    constexpr std::array<TextPair, 7> Texts{{
+        {"outside the band", "超出频段"},
+        {"on neither the 5 nor the 6.25 kHz raster", "不在 5 kHz 或 6.25 kHz 频率步进上"},
+        {"no frequency", "不是有效频率"},
+        {"no tone that the radio knows", "不是有效亚音"},
+        {"out of range", "超出范围"},
+        {"channel is empty", "信道为空"},
+        {"no band: 130 to 490 MHz, 1 to 100 MHz wide",
+         "不是有效频段：须在 130 至 490 MHz 之间，宽度 1 至 100 MHz"},
+    }};
+    return Pick(language, Texts[static_cast<std::size_t>(kind)]);
+}
+
+} // namespace k470
