@@ -229,25 +229,23 @@ void ChannelEditors::TransferFocus() {
 void ChannelEditors::TxtChannel_Validate(Warning warning) {
     const QString typed = txtChannel_->text();
     HideEditor();
-    RowTexts texts = Row(row_);
-    const bool outOfRange =
-        col_ == ColRxFreq ? SetRowRx(texts, FromQt(typed), state_) : SetRowTx(texts, FromQt(typed), state_);
-    if (outOfRange)
-        WarnOutOfRange(warning);
-    SetRow(row_, texts);
+    if (col_ == ColRxFreq)
+        setChannelRx(row_, typed, warning);
+    else
+        setChannelTx(row_, typed, warning);
 }
 
-void ChannelEditors::setChannelRx(int row, const QString &typed) {
+void ChannelEditors::setChannelRx(int row, const QString &typed, Warning warning) {
     RowTexts texts = Row(row);
     if (SetRowRx(texts, FromQt(typed), state_))
-        WarnOutOfRange(Warning::AtOnce);
+        WarnOutOfRange(warning);
     SetRow(row, texts);
 }
 
-void ChannelEditors::setChannelTx(int row, const QString &typed) {
+void ChannelEditors::setChannelTx(int row, const QString &typed, Warning warning) {
     RowTexts texts = Row(row);
     if (SetRowTx(texts, FromQt(typed), state_))
-        WarnOutOfRange(Warning::AtOnce);
+        WarnOutOfRange(warning);
     SetRow(row, texts);
 }
 

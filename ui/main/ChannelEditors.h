@@ -38,10 +38,6 @@ public:
     RowTexts Row(int row) const;
     void SetRow(int row, const RowTexts &texts);
 
-    /// Sets a row's receive or transmit frequency from a typed text; warns when it is outside the band.
-    void setChannelRx(int row, const QString &typed);
-    void setChannelTx(int row, const QString &typed);
-
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -64,6 +60,9 @@ private:
     void AbandonEdit();
 
     void TxtChannel_Validate(Warning warning = Warning::AtOnce);
+    /// Set a row's frequency from a typed text; warn when it is outside the band.
+    void setChannelRx(int row, const QString &typed, Warning warning);
+    void setChannelTx(int row, const QString &typed, Warning warning);
     void CboChannel_Validate(int index);
     bool TxtChannel_KeyPress(const QString &key);
     bool CboChannel_KeyPress(int index, const QString &key);
