@@ -190,7 +190,7 @@ TEST_F(AdvancedSettings, ReplaceTheSelectionAndKeepItWhenAKeyIsRefused) {
     Press({Qt::Key_Backspace, Qt::Key_Return});
     EXPECT_EQ(Cell(1, 1), "0");
     EXPECT_EQ(grid->CellBackColor(1, 1), QColor(255, 0, 0));
-    for (const char *pasted : {"12", "x1", "１２"}) {
+    for (const char *pasted : {"12", "x1", "１２", "1\b"}) {
         QApplication::clipboard()->setText(pasted);
         ClickCell(1, 2);
         QTest::keySequence(editor, QKeySequence::Paste);
@@ -276,12 +276,12 @@ TEST_F(AdvancedSettings, EndAnOpenEditWhenTheFocusLeavesOrTheBackgroundIsClicked
 }
 
 TEST_F(AdvancedSettings, StoreNothingWhenCancelled) {
-    for (const char *how : {"Command2", "close box", "Escape"}) {
+    for (const char *how : {"Command2", "close box"}) {
         ShowAdv();
         Type("9");
-        if (std::string(how) == "Escape")
-            Press({Qt::Key_Escape, Qt::Key_Escape});
-        else if (std::string(how) == "close box")
+        Press({Qt::Key_Escape, Qt::Key_Escape});
+        EXPECT_TRUE(window->isVisible()) << "a stray key closed it";
+        if (std::string(how) == "close box")
             window->close();
         else
             Click(how);

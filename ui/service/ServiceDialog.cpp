@@ -24,7 +24,8 @@ QFont FittingFont(QFont font, const QString &text, QSize room) {
     return font;
 }
 
-ServiceDialog::ServiceDialog(const char *name, int width, int height, QWidget *owner) : QDialog(owner) {
+ServiceDialog::ServiceDialog(const char *name, int width, int height, EscapeKey escape, QWidget *owner)
+    : QDialog(owner), escape_(escape) {
     setObjectName(name);
     setFixedSize(TwipsToPixels(width, this), TwipsToPixels(height, this));
 }
@@ -40,7 +41,9 @@ QPushButton *ServiceDialog::AddButton(const char *name, const QString &caption, 
 void ServiceDialog::keyPressEvent(QKeyEvent *event) {
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     auto *button = qobject_cast<QPushButton *>(focusWidget());
-    if (!isEnter || button == nullptr)
+    if (event->key() == Qt::Key_Escape && escape_ == EscapeKey::DoesNothing)
+        event->accept(); // a stray key must not throw away what was typed
+    else if (!isEnter || button == nullptr)
         QDialog::keyPressEvent(event);
     else if (!event->isAutoRepeat()) // a key held down in a text box has only just come here
         button->click();

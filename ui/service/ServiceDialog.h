@@ -27,13 +27,18 @@ class ServiceDialog : public QDialog {
     Q_OBJECT
 
 protected:
+    enum class EscapeKey { DoesNothing, Cancels };
+
     /// @param name object name
     /// @param width, height of the client area in twips
-    ServiceDialog(const char *name, int width, int height, QWidget *owner);
+    ServiceDialog(const char *name, int width, int height, EscapeKey escape, QWidget *owner);
 
     QPushButton *AddButton(const char *name, const QString &caption, const Place &place);
 
     void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    EscapeKey escape_;
 };
 
 } // namespace k470

@@ -37,7 +37,7 @@ TuneLevel LevelOfRow(int row) {
 } // namespace
 
 frmAdv::frmAdv(AppState &state, QWidget *owner)
-    : ServiceDialog("frmAdv", ClientWidth, ClientHeight, owner), state_(state),
+    : ServiceDialog("frmAdv", ClientWidth, ClientHeight, EscapeKey::DoesNothing, owner), state_(state),
       tuneData_(LoadTuneData(state.image)), layout_(LayOutTuning(state.bandLow, state.bandHigh)),
       tunGrid_(new FlexGrid(1, 1, this)), txtTun_(new CellEditor(tunGrid_, FilterLevelKey)) {
     setWindowIcon(ThemedIcon(":/icons/k470.svg", palette()));

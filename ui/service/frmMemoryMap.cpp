@@ -58,7 +58,7 @@ QString HexNumber(int number) {
 } // namespace
 
 frmMemoryMap::frmMemoryMap(AppState &state, QWidget *owner)
-    : ServiceDialog("frmMemoryMap", ClientWidth, ClientHeight, owner), state_(state),
+    : ServiceDialog("frmMemoryMap", ClientWidth, ClientHeight, EscapeKey::Cancels, owner), state_(state),
       msgMemory_(new FlexGrid(1, 1, this)), txtMemory_(new CellEditor(msgMemory_, FilterHexKey)),
       lblAddr_(new QLabel(this)), lblValue_(new QLabel(this)) {
     setWindowTitle("Memory Map");

@@ -40,7 +40,8 @@ constexpr std::array<LimitControls, 2> Limits{{
 } // namespace
 
 frmSetFreqRange::frmSetFreqRange(AppState &state, RangeHost &host, QWidget *owner)
-    : ServiceDialog("frmSetFreqRange", ClientWidth, ClientHeight, owner), state_(state), host_(host) {
+    : ServiceDialog("frmSetFreqRange", ClientWidth, ClientHeight, EscapeKey::DoesNothing, owner),
+      state_(state), host_(host) {
     setWindowTitle(PickText(state.language, Caption));
     auto *frame = new QFrame(this);
     frame->setObjectName("Frame1");

@@ -23,7 +23,7 @@ public:
         std::string accepted;
         for (const QChar c : input) {
             const auto entered = filter_(accepted, false, c.toLatin1());
-            if (!entered)
+            if (!entered || !c.isPrint()) // the filter lets the Backspace key pass, but no text holds one
                 return Invalid;
             accepted += *entered;
         }
