@@ -38,7 +38,7 @@ void LoadPreferences(AppState &state, const PreferenceStore &store) {
     state.bandHigh = ReadLimit(store, KeyBandHigh, DefaultBandHigh);
     state.language = static_cast<Language>(
         ReadByte(store, KeyLanguage, 0, 1, static_cast<std::uint8_t>(Language::Chinese)));
-    state.portNumber = ReadByte(store, KeyPort, 1, 255, DefaultPortNumber);
+    state.portNumber = ReadByte(store, KeyPort, 0, 255, DefaultPortNumber);
     state.gridRows = ReadByte(store, KeyRows, 1, MaxGridRows, DefaultGridRows);
 }
 

@@ -18,8 +18,8 @@ public:
 };
 
 /// Reads the preferences into the state. A missing or empty one gets its default; a text that is no number
-/// reads as 0. Language, port and grid rows outside their range (0 to 1, 1 to 255, 1 to 100) count as
-/// missing.
+/// reads as 0. Language, port and grid rows outside their range (0 to 1, 0 to 255, 1 to 100) count as
+/// missing. Port 0 is none: opening it fails until another is chosen.
 void LoadPreferences(AppState &state, const PreferenceStore &store);
 
 /// Writes the preferences from the state. A value that cannot be written is lost silently.

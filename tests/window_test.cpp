@@ -2,6 +2,7 @@
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "sim/SampleMemory.h"
+#include "ui/main/IniPreferences.h"
 #include "ui/main/MenuTable.h"
 #include "ui/main/frmMain.h"
 #include "ui/shared/FlexGrid.h"
@@ -11,13 +12,16 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
 #include <QGroupBox>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -534,6 +538,20 @@ TEST_F(MainWindow, TheLanguageCommandRepaintsAndKeepsPendingEdits) {
     EXPECT_EQ(store.values["language"], "1");
 }
 
+TEST(PreferencesFile, GivesBackWhatItTookAndWhatAPersonTyped) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("k470.ini");
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("[K470]\nModel-FreqL=136,5\nLANGUAGE=0\n");
+    file.close();
+    IniPreferences store(path);
+    EXPECT_EQ(store.GetKeyValue("model-freql"), "136,5");
+    EXPECT_EQ(store.GetKeyValue("gbPort"), "");
+    EXPECT_TRUE(store.UpdateKey("language", "1"));
+    EXPECT_EQ(IniPreferences(path).GetKeyValue("Language"), "1");
+}
+
 TEST_F(MainWindow, OnlyTheWholeGestureOpensTheMemoryMap) {
     Open();
     const auto release = [this](Qt::KeyboardModifiers modifiers, Qt::MouseButton button) {
@@ -545,6 +563,9 @@ TEST_F(MainWindow, OnlyTheWholeGestureOpensTheMemoryMap) {
     EXPECT_FALSE(release(Qt::ShiftModifier | Qt::ControlModifier, Qt::RightButton));
     EXPECT_FALSE(release({}, Qt::RightButton));
     EXPECT_TRUE(release(all, Qt::RightButton));
+    EXPECT_TRUE(OpensDialog("frmMemoryMap", [&] {
+        QTest::mouseClick(grid->horizontalHeader()->viewport(), Qt::RightButton, all);
+    })) << "the captions are part of the grid";
 
     state.image[Address::ChannelCount] = 0;
     TakeGridRowsFromImage(state);

@@ -1,6 +1,7 @@
 #include "ui/main/ChannelEditors.h"
 
 #include "core/Tones.h"
+#include "ui/shared/CellEditor.h"
 #include "ui/shared/FlexGrid.h"
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
@@ -36,6 +37,11 @@ QString KeyText(const QKeyEvent &event) {
 
 bool IsPrintable(const QString &text) {
     return !text.isEmpty() && text.front().isPrint();
+}
+
+/// A key with a character that the grid tells nobody of.
+bool IsSilentKey(const QKeyEvent &event) {
+    return event.key() == Qt::Key_Backspace || event.key() == Qt::Key_Escape;
 }
 
 } // namespace
@@ -332,6 +338,8 @@ bool ChannelEditors::eventFilter(QObject *watched, QEvent *event) {
     if (watched == grid_) {
         if (event->type() == QEvent::Resize && open_ != nullptr)
             PlaceEditor();
+        if (event->type() == QEvent::KeyPress && IsSilentKey(*static_cast<QKeyEvent *>(event)))
+            CorrectColumn(state_.currentRow);
         return false;
     }
     if (watched != open_)
@@ -345,9 +353,7 @@ bool ChannelEditors::eventFilter(QObject *watched, QEvent *event) {
         return EditorKey(open_, key->key(), KeyText(*key));
     }
     if (event->type() == QEvent::FocusOut) {
-        const auto reason = static_cast<QFocusEvent *>(event)->reason();
-        const bool leavesForGood = reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason &&
-                                   reason != Qt::MenuBarFocusReason;
+        const bool leavesForGood = LeavesForGood(*static_cast<QFocusEvent *>(event));
         if (leavesForGood && open_ == txtChannel_)
             TxtChannel_Validate(Warning::Later);
         else if (leavesForGood)

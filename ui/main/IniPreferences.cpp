@@ -32,7 +32,8 @@ std::string IniPreferences::GetKeyValue(std::string_view name) const {
     QSettings settings(path_, QSettings::IniFormat);
     settings.beginGroup(Group);
     const QString stored = StoredName(settings, ToQt(name));
-    return stored.isEmpty() ? std::string() : FromQt(settings.value(stored).toString());
+    // The file's format makes a list of a text with commas.
+    return stored.isEmpty() ? std::string() : FromQt(settings.value(stored).toStringList().join(','));
 }
 
 bool IniPreferences::UpdateKey(std::string_view name, std::string_view text) {

@@ -95,9 +95,16 @@ void PaintWrapped(QPainter &painter, const QRectF &rect, const QString &text) {
 /// from it.
 class CaptionHeader : public QHeaderView {
 public:
-    using QHeaderView::QHeaderView;
+    CaptionHeader(Qt::Orientation orientation, FlexGrid *grid)
+        : QHeaderView(orientation, grid), grid_(grid) {}
 
 protected:
+    void mouseReleaseEvent(QMouseEvent *event) override {
+        QHeaderView::mouseReleaseEvent(event);
+        if (event->button() != Qt::LeftButton && viewport()->rect().contains(event->position().toPoint()))
+            emit grid_->CellMouseUp(event->button(), event->modifiers());
+    }
+
     void paintSection(QPainter *painter, const QRect &rect, int section) const override {
         const auto role = [&](int which) { return model()->headerData(section, orientation(), which); };
         const QRect inner = PaintCaptionGround(*painter, rect, palette());
@@ -110,6 +117,9 @@ protected:
         PaintWrapped(*painter, inner.adjusted(TextMargin, 0, -TextMargin, 0),
                      role(Qt::DisplayRole).toString());
     }
+
+private:
+    FlexGrid *grid_;
 };
 
 class CellDelegate : public QStyledItemDelegate {

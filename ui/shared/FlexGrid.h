@@ -75,7 +75,8 @@ signals:
     /// The cells moved under the view, whoever moved them.
     void Scrolled();
     /// The left button, pressed on a cell, was released on a cell, none of them fixed: the same or another.
-    /// The press made its cell current. Another button was pressed and released anywhere below the captions.
+    /// The press made its cell current. Another button was pressed and released anywhere below the captions,
+    /// or released on them.
     void CellMouseUp(Qt::MouseButton button, Qt::KeyboardModifiers modifiers);
     /// A key that the grid does not use itself: Enter (as "\r") or a printable text.
     void CellKeyPressed(const QString &text);
