@@ -50,6 +50,8 @@ public:
     void CommitEdits() override;
 
     void RefreshAll();
+    void RefreshChData() override;
+    void StoreChannels();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -70,9 +72,7 @@ private:
     void SetGridHeaders();
     void TransferFocus() override;
     void RefreshChannelOP() override;
-    void RefreshChData() override;
     void RefreshData() override;
-    void StoreChannels();
     void CollectSettings();
     void ShowTitle() override;
 

@@ -99,6 +99,10 @@ public:
         : QHeaderView(orientation, grid), grid_(grid) {}
 
 protected:
+    /// The grid states every size. To measure the captions would load the bold font too, which for Chinese is
+    /// several megabytes at every start.
+    QSize sectionSizeFromContents(int) const override { return {}; }
+
     void mouseReleaseEvent(QMouseEvent *event) override {
         QHeaderView::mouseReleaseEvent(event);
         if (event->button() != Qt::LeftButton && viewport()->rect().contains(event->position().toPoint()))

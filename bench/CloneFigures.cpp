@@ -1,4 +1,4 @@
-// Times whole clone sessions against the simulated radio at real wire speed, over a pseudo-terminal.
+#include "bench/Figures.h"
 
 #include "link/CloneSession.h"
 #include "link/QtCloneTimers.h"
@@ -10,7 +10,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 
-#include <cstdio>
+#include <optional>
 
 namespace k470 {
 
@@ -20,7 +20,7 @@ constexpr int Baud = 9600;
 constexpr int BitsPerByte = 11;
 constexpr double Limit = 1.05;
 
-/// A session's view that only waits for the end.
+/// The view of a session that only waits for the end.
 class Waiter : public CloneView {
 public:
     bool completed = false;
@@ -38,17 +38,14 @@ public:
     void CloseWindow() override { QCoreApplication::exit(0); }
 };
 
-struct Measured {
-    double seconds = 0;
-    double wireSeconds = 0;
-    bool completed = false;
-};
-
-Measured RunSession(CloneMode mode, int channels) {
+/// A session's duration divided by the time that its bytes take on the wire: 9600 baud, a start bit, eight
+/// data bits and two stop bits each. Opening the port and the pause before it closes count. Nothing when it
+/// failed.
+std::optional<double> RunSession(CloneMode mode, int channels) {
     SimulatedRadio radio(MakeSampleMemory(channels));
     PtyServer server(radio, {.baud = Baud});
     if (server.Start())
-        return {};
+        return std::nullopt;
     const ComPortTable table{{1, server.SlavePath(), ""}};
     AppState state;
     state.image = MakeSampleMemory(channels);
@@ -64,36 +61,39 @@ Measured RunSession(CloneMode mode, int channels) {
     clock.start();
     session.TransferDatas();
     QCoreApplication::exec();
-    Measured result;
-    result.seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
+    const double seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
     session.Close();
     server.Stop();
     std::size_t bytes = 0;
     for (const LoggedFrame &frame : radio.Log())
         bytes += frame.bytes.size();
-    result.wireSeconds = static_cast<double>(bytes) * BitsPerByte / Baud;
-    result.completed = view.completed;
-    return result;
+    const double wireSeconds = static_cast<double>(bytes) * BitsPerByte / Baud;
+    return view.completed ? std::optional(seconds / wireSeconds) : std::nullopt;
+}
+
+Figure MeasureSessions(CloneMode mode, int channels, int runs) {
+    const char *const direction = mode == CloneMode::Read ? "read" : "write";
+    Figure figure{QString("%1 of %2 channels / wire time").arg(direction).arg(channels), "", {}, Limit};
+    for (int run = 0; run < runs; ++run) {
+        const std::optional<double> ratio = RunSession(mode, channels);
+        if (!ratio)
+            return {figure.name, "", {}, Limit};
+        figure.samples.push_back(*ratio);
+    }
+    return figure;
 }
 
 } // namespace
 
-} // namespace k470
-
-int main(int argc, char **argv) {
-    QCoreApplication application(argc, argv);
-    using namespace k470;
-    bool good = true;
-    std::printf("%-22s %10s %10s %8s %8s\n", "session", "measured s", "wire s", "ratio", "limit");
+std::vector<Figure> MeasureClone() {
+    constexpr int LongRuns = 3;
+    constexpr int ShortRuns = 7;
+    std::vector<Figure> figures;
     for (const CloneMode mode : {CloneMode::Read, CloneMode::Write}) {
-        for (const int channels : {99, 16}) {
-            const Measured measured = RunSession(mode, channels);
-            const double ratio = measured.seconds / measured.wireSeconds;
-            good = good && measured.completed && ratio <= Limit;
-            std::printf("%-5s %2d channels      %10.3f %10.3f %8.4f %8.2f\n",
-                        mode == CloneMode::Read ? "read" : "write", channels, measured.seconds,
-                        measured.wireSeconds, ratio, Limit);
-        }
+        figures.push_back(MeasureSessions(mode, 99, LongRuns));
+        figures.push_back(MeasureSessions(mode, 16, ShortRuns));
     }
-    return good ? 0 : 1;
+    return figures;
 }
+
+} // namespace k470
