@@ -22,20 +22,20 @@ for language in 0 1; do
     xdotool type --delay 40 "${saved%.tw}"
     keys Return
     await "the file" test -s "$saved"
-    await_window 'K470 *'
+    await_main_window
     await "its content" unpacked_has "$saved" 0 00256544
 
     # New asks; the file comes back through the open dialog.
     keys alt+f n
     await_question
     keys Tab Return
-    await_window 'K470 *'
+    await_main_window
     keys alt+f o
     await_question
     shot open$language
     xdotool type --delay 40 "$saved"
     keys Return
-    await_window 'K470 *'
+    await_main_window
     # Saved again, it has the channel, and a second one.
     keys Down
     xdotool type --delay 40 447
@@ -54,7 +54,7 @@ for language in 0 1; do
     await_window 'Error'
     shot refused$language
     keys Return
-    await_window 'K470 *'
+    await_main_window
     leave_program
 done
 echo "1 passed, 0 failed"

@@ -22,7 +22,7 @@ keys alt+h a
 await_window 'About  K470'
 shot about
 keys Return
-await_window 'K470 *'
+await_main_window
 
 gesture shift ctrl alt
 await_window 'Memory Map'
@@ -30,12 +30,14 @@ shot memory-map
 xdotool type --delay 40 ab
 keys Return
 keys Escape
-await_window 'K470 *'
+await_main_window
 
 keys alt+s a
 await_window 'K470 Tune'
 shot tune
 keys Escape
-await_window 'K470 *'
+await_window 'K470 Tune'
+keys alt+F4
+await_main_window
 leave_program
 echo "1 passed, 0 failed"

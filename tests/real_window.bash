@@ -45,6 +45,7 @@ question_is_up() {
 }
 await_question() { await "the question" question_is_up; }
 await_window() { await "the window $1" active_is "$1"; }
+await_main_window() { await_window 'K470 *MHz*'; }
 shot() { [ -z "$shots" ] || import -window root "$shots/$1.png"; }
 keys() { xdotool key --clearmodifiers --delay 40 "$@"; }
 
@@ -60,7 +61,6 @@ export DISPLAY
 openbox >/dev/null 2>&1 &
 await "the window manager" xdotool get_desktop
 
-
 # Starts the program in a language (0 English, 1 Chinese) with further arguments; $program and $main are then its process
 # and its window.
 start_program() {
@@ -68,7 +68,7 @@ start_program() {
     shift
     "$programs/k470" "$@" 2>"$work/k470.log" &
     program=$!
-    await_window 'K470 *'
+    await_main_window
     main=$(xdotool getactivewindow)
 }
 
