@@ -1,95 +1,44 @@
 #include "tests/FakeClone.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace k470 {
 
-namespace {
-
 using namespace std::chrono_literals;
-
-constexpr Moment WireByte = Moment(std::chrono::seconds(1)) * 11 / 9600;
-
-} // namespace
 
 // FakeLine
 
 FakeLine::FakeLine(SerialDevice *device, Delivery delivery)
-    : device_(device), byteTime_(delivery == Delivery::AtOnce ? Moment(0) : WireByte) {
+    : device_(device), byteTime_(delivery == Delivery::AtOnce ? Moment(0) : Moment(1s) * 11 / 9600) {
 }
 
 void FakeLine::Send(std::span<const std::uint8_t> frame, Moment now) {
-    const Moment start = std::max(sendFree_, now);
-    toDevice_.push_back({{frame.begin(), frame.end()}, false, start});
-    sendFree_ = DueTime(toDevice_.back(), frame.size());
-}
-
-Moment FakeLine::DueTime(const Transfer &transfer, std::size_t bytes) const {
-    return transfer.start + byteTime_ * static_cast<Moment::rep>(bytes);
+    if (device_ == nullptr)
+        return;
+    if (device_->FramePending() && heard_ + std::chrono::milliseconds(SilenceMs) <= now)
+        device_->Silence();
+    heard_ = std::max(heard_, now) + byteTime_ * static_cast<Moment::rep>(frame.size());
+    for (const Reply &reply : device_->Feed(frame)) {
+        replied_ = std::max(replied_, heard_ + std::chrono::milliseconds(reply.delayMs));
+        for (const std::uint8_t byte : reply.bytes)
+            bytes_.emplace_back(replied_ += byteTime_, byte);
+        if (reply.hangUp)
+            hangUp_ = replied_;
+    }
 }
 
 Moment FakeLine::NextDue(std::size_t wanted) const {
-    Moment due = silenceDue_;
-    if (!toDevice_.empty())
-        due = std::min(due, DueTime(toDevice_.front(), toDevice_.front().bytes.size()));
-    for (const Transfer &transfer : toProgram_) {
-        const std::size_t left = transfer.bytes.size() - transfer.taken;
-        if (wanted > 0 && wanted <= left)
-            return std::min(due, DueTime(transfer, transfer.taken + wanted));
-        if (transfer.hangUp)
-            return std::min(due, DueTime(transfer, transfer.bytes.size()));
-        wanted -= std::min(wanted, left);
-    }
-    return due;
+    return wanted > 0 && wanted <= bytes_.size() ? std::min(bytes_[wanted - 1].first, hangUp_) : hangUp_;
 }
 
-Bytes FakeLine::TakeBytes(Moment now) {
-    while (!toDevice_.empty() && DueTime(toDevice_.front(), toDevice_.front().bytes.size()) <= now)
-        FeedDevice();
-    if (silenceDue_ <= now) {
-        silenceDue_ = Never;
-        device_->Silence();
-    }
-    Bytes bytes;
-    while (!toProgram_.empty()) {
-        Transfer &transfer = toProgram_.front();
-        for (; transfer.taken < transfer.bytes.size() && DueTime(transfer, transfer.taken + 1) <= now;
-             ++transfer.taken)
-            bytes.push_back(transfer.bytes[transfer.taken]);
-        if (transfer.taken < transfer.bytes.size() || transfer.hangUp)
-            break;
-        toProgram_.pop_front();
-    }
-    return bytes;
-}
-
-bool FakeLine::TakeHangUp(Moment now) {
-    if (toProgram_.empty() || !toProgram_.front().hangUp ||
-        DueTime(toProgram_.front(), toProgram_.front().bytes.size()) > now)
+bool FakeLine::Take(Moment now, std::deque<std::uint8_t> &received) {
+    for (; !bytes_.empty() && bytes_.front().first <= now; bytes_.pop_front())
+        received.push_back(bytes_.front().second);
+    if (hangUp_ > now)
         return false;
-    toDevice_.clear();
-    toProgram_.clear();
+    hangUp_ = Never;
+    bytes_.clear();
     return true;
-}
-
-void FakeLine::FeedDevice() {
-    const Transfer frame = std::move(toDevice_.front());
-    const Moment now = DueTime(frame, frame.bytes.size());
-    toDevice_.pop_front();
-    if (device_ == nullptr)
-        return;
-    if (silenceDue_ <= frame.start)
-        device_->Silence();
-    for (Reply &reply : device_->Feed(frame.bytes))
-        Queue(std::move(reply), now);
-    silenceDue_ = device_->FramePending() ? now + std::chrono::milliseconds(SilenceMs) : Never;
-}
-
-void FakeLine::Queue(Reply reply, Moment now) {
-    const Moment start = std::max(replyFree_, now + std::chrono::milliseconds(reply.delayMs));
-    toProgram_.push_back({std::move(reply.bytes), reply.hangUp, start});
-    replyFree_ = DueTime(toProgram_.back(), toProgram_.back().bytes.size());
 }
 
 // FakePort
@@ -102,33 +51,27 @@ std::optional<PortFailure> FakePort::Open() {
     Close();
     const auto found = lines_.find(number_);
     if (found == lines_.end())
-        return PortFailure{.kind = PortFailure::Kind::NoSuchPort,
-                           .port = "COM" + std::to_string(number_),
-                           .device = {},
-                           .detail = {}};
+        return PortFailure{PortFailure::Kind::NoSuchPort, "COM" + std::to_string(number_), {}, {}};
     open_ = &found->second;
-    open_->TakeBytes(now_); // they came before anybody listened
-    Update();
+    open_->Take(now_, received_);
+    received_.clear(); // they came before anybody listened
     return std::nullopt;
 }
 
 void FakePort::Close() {
     open_ = nullptr;
     received_.clear();
-    Update();
 }
 
 void FakePort::EmptyBuffers() {
     ++timesEmptied_;
     Receive();
     received_.clear();
-    Update();
 }
 
 void FakePort::SetReplyLength(std::size_t k) {
     replyLength_ = k;
     Receive();
-    Update();
 }
 
 void FakePort::Output(std::span<const std::uint8_t> frame) {
@@ -136,7 +79,6 @@ void FakePort::Output(std::span<const std::uint8_t> frame) {
         return;
     frames_.push_back({now_, number_, {frame.begin(), frame.end()}});
     open_->Send(frame, now_);
-    Update();
 }
 
 Bytes FakePort::Input() {
@@ -144,40 +86,20 @@ Bytes FakePort::Input() {
     const auto end = received_.begin() + static_cast<std::ptrdiff_t>(count);
     Bytes bytes(received_.begin(), end);
     received_.erase(received_.begin(), end);
-    Update();
+    Receive();
     return bytes;
 }
 
-void FakePort::TakeDue() {
-    Receive();
-    for (auto &[number, line] : lines_) {
-        if (&line != open_)
-            line.TakeBytes(now_);
-        if (line.TakeHangUp(now_) && &line == open_)
-            Close();
-    }
-    Update();
+Moment FakePort::NextDue() const {
+    if (open_ == nullptr)
+        return Never;
+    return open_->NextDue(replyLength_ > received_.size() ? replyLength_ - received_.size() : 0);
 }
 
 void FakePort::Receive() {
-    if (open_ == nullptr)
-        return;
-    const Bytes bytes = open_->TakeBytes(now_);
-    received_.insert(received_.end(), bytes.begin(), bytes.end());
-}
-
-bool FakePort::ReplyWaits() const {
-    return open_ != nullptr && replyLength_ != 0 && received_.size() >= replyLength_;
-}
-
-/// Something has changed: a notification may be due, and another moment may be the next one that matters.
-void FakePort::Update() {
+    if (open_ != nullptr && open_->Take(now_, received_))
+        Close();
     posted_ = posted_ || ReplyWaits();
-    nextDue_ = Never;
-    for (const auto &[number, line] : lines_) {
-        const bool listening = &line == open_ && replyLength_ > received_.size();
-        nextDue_ = std::min(nextDue_, line.NextDue(listening ? replyLength_ - received_.size() : 0));
-    }
 }
 
 void FakePort::Notify() {
@@ -186,36 +108,12 @@ void FakePort::Notify() {
         handler_();
 }
 
-// FakeTimers
-
-void FakeTimers::EnableSend(bool enabled) {
-    sendDue_ = Never;
-    if (enabled)
-        RearmSend();
-}
+// FakeTimers and FakeView
 
 void FakeTimers::HurrySend() {
-    if (hurries && sendDue_ != Never)
-        sendDue_ = now_;
+    if (hurries && sendDue != Never)
+        sendDue = now_;
 }
-
-void FakeTimers::SetOvertimeInterval(int milliseconds) {
-    overtimeInterval_ = std::chrono::milliseconds(milliseconds);
-    if (overtimeDue_ != Never)
-        RearmOvertime();
-}
-
-void FakeTimers::EnableOvertime(bool enabled) {
-    overtimeDue_ = Never;
-    if (enabled)
-        RearmOvertime();
-}
-
-void FakeTimers::Pause(int milliseconds) {
-    now_ += std::chrono::milliseconds(milliseconds);
-}
-
-// FakeView
 
 void FakeView::Tell(const std::string &call) {
     calls.push_back(call);
@@ -223,62 +121,40 @@ void FakeView::Tell(const std::string &call) {
         told(call);
 }
 
-void FakeView::StayOpen() {
+void FakeView::Ask(const std::string &call) {
+    Tell(call);
     if (whileOpen)
         whileOpen();
 }
 
-void FakeView::ShowPortNumber() {
-    Tell("ShowPortNumber " + std::to_string(state_.portNumber));
-}
-
-void FakeView::ShowOpenFailure(const PortFailure &failure) {
-    Tell("ShowOpenFailure " + failure.port);
-    StayOpen();
-}
-
 bool FakeView::AskRetry() {
     ++questions;
-    Tell("AskRetry");
-    StayOpen();
-    if (retries.empty())
-        return false;
-    const bool retry = retries.front();
-    retries.pop_front();
-    return retry;
-}
-
-void FakeView::ShowCompleted() {
-    Tell("ShowCompleted");
-    StayOpen();
+    Ask("AskRetry");
+    return questions <= retries;
 }
 
 void FakeView::WarnMissingLines(const std::vector<int> &lines) {
     missing = lines;
-    Tell("WarnMissingLines");
-    StayOpen();
+    Ask("WarnMissingLines");
 }
 
 void FakeView::CloseWindow() {
     closed = true;
     Tell("CloseWindow");
-    if (onClose)
-        onClose();
 }
 
 // FakeClone
 
 FakeClone::FakeClone(AppState &state, Delivery delivery)
-    : view(state), session(std::make_unique<CloneSession>(state, port, timers, view)), delivery_(delivery) {
-    view.onClose = [this] { session->Close(); };
+    : view(state), session(state, port, timers, view), delivery_(delivery) {
 }
 
-bool FakeClone::Run(Moment limit) {
-    Start();
-    const bool closed = RunUntil([this] { return view.closed; }, limit);
-    // What the session sent last is still on its way.
-    RunFor(1s);
-    return closed;
+bool FakeClone::Run() {
+    session.TransferDatas();
+    if (!RunUntil([this] { return view.closed; }))
+        return false;
+    session.Close();
+    return true;
 }
 
 void FakeClone::RunFor(Moment time) {
@@ -288,12 +164,11 @@ void FakeClone::RunFor(Moment time) {
     now = std::max(now, end);
 }
 
-bool FakeClone::RunUntil(const std::function<bool()> &condition, Moment limit) {
-    const Moment end = now + limit;
-    while (!condition()) {
+bool FakeClone::RunUntil(const std::function<bool()> &condition) {
+    const Moment end = now + Limit;
+    while (!condition())
         if (!Step(end))
             return false;
-    }
     return true;
 }
 
@@ -304,18 +179,17 @@ bool FakeClone::Step(Moment end) {
         return true;
     }
     const Moment wire = port.NextDue();
-    const Moment send = timers.SendDue();
-    const Moment next = std::min(std::min(wire, send), timers.OvertimeDue());
+    const Moment next = std::min({wire, timers.sendDue, timers.overtimeDue});
     if (next > end || next == Never)
         return false;
     now = std::max(now, next);
     if (wire == next) {
-        port.TakeDue();
-    } else if (send == next) {
-        timers.RearmSend();
-        session->SendTick();
+        port.Receive();
+    } else if (timers.sendDue == next) {
+        timers.EnableSend(true);
+        session.SendTick();
     } else {
-        timers.RearmOvertime();
+        timers.EnableOvertime(true);
         TickOvertime();
     }
     return true;
@@ -325,7 +199,7 @@ void FakeClone::TickOvertime() {
     const int emptied = port.TimesEmptied();
     const int questions = view.questions;
     const std::size_t calls = view.calls.size();
-    session->OvertimeTick();
+    session.OvertimeTick();
     if (view.questions != questions)
         sinceQuestion_ = 0;
     else if (port.TimesEmptied() != emptied &&

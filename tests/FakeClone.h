@@ -29,42 +29,26 @@ inline constexpr Moment Never = Moment::max();
 /// How bytes travel on a fake line, both ways: in no time, or one after the other at 9600 baud, 11 bits each.
 enum class Delivery { AtOnce, ByteByByte };
 
-/// A serial line with a device at its far end and the transfers that are under way on it.
+/// A serial line with a device at its far end. The device is asked for its replies as soon as a frame is
+/// sent; they reach the program when they would on a real line.
 class FakeLine {
 public:
     /// @param device nullptr: nobody is there. Outlives the line.
     FakeLine(SerialDevice *device, Delivery delivery);
 
-    /// A frame of the program begins to travel.
     void Send(std::span<const std::uint8_t> frame, Moment now);
-
-    /// When something that matters happens next: a frame has reached the device, the device hangs up or
-    /// learns that the line has fallen silent, or `wanted` more bytes have reached the program.
+    /// When the device hangs up or, unless that is 0, `wanted` more bytes have reached the program.
     Moment NextDue(std::size_t wanted) const;
-
-    /// Lets happen what is due. @return the bytes that have reached the program
-    Bytes TakeBytes(Moment now);
-    /// @return true, once, when the device has left the line; what else was under way is lost
-    bool TakeHangUp(Moment now);
+    /// Appends the bytes that have reached the program. @return whether the device has left the line since
+    bool Take(Moment now, std::deque<std::uint8_t> &received);
 
 private:
-    struct Transfer {
-        Bytes bytes;
-        bool hangUp; ///< behind the bytes
-        Moment start;
-        std::size_t taken = 0;
-    };
-    Moment DueTime(const Transfer &transfer, std::size_t bytes) const;
-    void FeedDevice();
-    void Queue(Reply reply, Moment now);
-
     SerialDevice *device_;
     Moment byteTime_;
-    Moment sendFree_{};  ///< when the program's last frame has arrived
-    Moment replyFree_{}; ///< when the device's last reply has arrived
-    Moment silenceDue_ = Never;
-    std::deque<Transfer> toDevice_;
-    std::deque<Transfer> toProgram_;
+    Moment heard_{};   ///< when the program's last frame has arrived
+    Moment replied_{}; ///< when the device's last reply has arrived
+    Moment hangUp_ = Never;
+    std::deque<std::pair<Moment, std::uint8_t>> bytes_; ///< on their way to the program
 };
 
 /// A port whose threshold and read length work as the interface says. Notifications are posted and delivered
@@ -93,19 +77,17 @@ public:
     };
     /// Every frame that left, in order.
     const std::vector<SentFrame> &Frames() const { return frames_; }
-    std::size_t ReplyLength() const { return replyLength_; }
     int TimesEmptied() const { return timesEmptied_; }
 
-    Moment NextDue() const { return nextDue_; }
-    /// Lets happen what is due on the lines or, if a notification is posted, delivers it.
-    void TakeDue();
+    /// When the next notification or hang-up is due.
+    Moment NextDue() const;
+    /// Takes in what has arrived.
+    void Receive();
     bool NotificationPosted() const { return posted_; }
     void Notify();
 
 private:
-    void Receive();
-    bool ReplyWaits() const;
-    void Update();
+    bool ReplyWaits() const { return IsOpen() && replyLength_ != 0 && received_.size() >= replyLength_; }
 
     const Moment &now_;
     std::map<int, FakeLine> lines_;
@@ -114,7 +96,6 @@ private:
     std::size_t replyLength_ = 0;
     std::deque<std::uint8_t> received_;
     bool posted_ = false;
-    Moment nextDue_ = Never;
     std::function<void()> handler_;
     std::vector<SentFrame> frames_;
     int timesEmptied_ = 0;
@@ -125,26 +106,23 @@ class FakeTimers : public CloneTimers {
 public:
     explicit FakeTimers(Moment &now) : now_(now) {}
 
-    void EnableSend(bool enabled) override;
+    void EnableSend(bool enabled) override { sendDue = enabled ? now_ + SendInterval : Never; }
     void HurrySend() override;
-    void SetOvertimeInterval(int milliseconds) override;
-    void EnableOvertime(bool enabled) override;
-    void Pause(int milliseconds) override;
+    void SetOvertimeInterval(int ms) override { overtimeInterval_ = std::chrono::milliseconds(ms); }
+    void EnableOvertime(bool enabled) override { overtimeDue = enabled ? now_ + overtimeInterval_ : Never; }
+    void Pause(int ms) override { now_ += std::chrono::milliseconds(ms); }
 
+    bool Idle() const { return sendDue == Never && overtimeDue == Never; }
+
+    Moment sendDue = Never;
+    Moment overtimeDue = Never;
     bool hurries = true; ///< whether HurrySend has an effect: it need not have one
 
-    Moment SendDue() const { return sendDue_; }
-    Moment OvertimeDue() const { return overtimeDue_; }
-    bool Idle() const { return sendDue_ == Never && overtimeDue_ == Never; }
-    /// The tick that is due is about to be delivered.
-    void RearmSend() { sendDue_ = now_ + std::chrono::milliseconds(Clone::SendInterval); }
-    void RearmOvertime() { overtimeDue_ = now_ + overtimeInterval_; }
-
 private:
+    static constexpr Moment SendInterval = std::chrono::milliseconds(Clone::SendInterval);
+
     Moment &now_;
     Moment overtimeInterval_ = std::chrono::milliseconds(Clone::ReplyTimeout);
-    Moment sendDue_ = Never;
-    Moment overtimeDue_ = Never;
 };
 
 /// A transfer window without a window: remembers what it was told and gives prepared answers.
@@ -154,33 +132,32 @@ public:
 
     void ShowPercentLabel() override { Tell("ShowPercentLabel"); }
     void ShowProgress(int value, int maximum) override { progress.emplace_back(value, maximum); }
-    void SetPercentLabel(const std::string &text) override { labels.push_back(text); }
-    void ShowPortNumber() override;
-    void ShowOpenFailure(const PortFailure &failure) override;
+    void SetPercentLabel(const std::string &text) override { label = text; }
+    void ShowPortNumber() override { Tell("ShowPortNumber " + std::to_string(state_.portNumber)); }
+    void ShowOpenFailure(const PortFailure &failure) override { Ask("ShowOpenFailure " + failure.port); }
     bool AskRetry() override;
-    void ShowCompleted() override;
+    void ShowCompleted() override { Ask("ShowCompleted"); }
     void RefreshAfterRead() override { Tell("RefreshAfterRead"); }
     void WarnMissingLines(const std::vector<int> &lines) override;
     std::vector<std::string> EnumComPorts() override { return ports; }
     void CloseWindow() override;
 
     std::vector<std::string> ports{""}; ///< the system's ports
-    std::deque<bool> retries;           ///< answers to the question; Cancel when they run out
+    int retries = 0;                    ///< how many questions are answered with Retry, before Cancel
 
     std::vector<std::string> calls; ///< all but the progress and its label
     std::vector<std::pair<int, int>> progress;
-    std::vector<std::string> labels;
+    std::string label;
     std::vector<int> missing; ///< of the warning
     int questions = 0;
     bool closed = false;
 
     std::function<void(const std::string &)> told; ///< told of each call
     std::function<void()> whileOpen;               ///< runs while a question or message is open
-    std::function<void()> onClose;
 
 private:
     void Tell(const std::string &call);
-    void StayOpen();
+    void Ask(const std::string &call);
 
     const AppState &state_;
 };
@@ -199,13 +176,11 @@ public:
     void Connect(int number, SerialDevice *device) { port.Connect(number, device, delivery_); }
 
     /// Starts the session and runs it until its window closes. @return whether it did before the limit
-    bool Run(Moment limit = Limit);
+    bool Run();
     /// Runs what happens within the time.
     void RunFor(Moment time);
-    /// Runs until the condition holds. @return whether it ever did
-    bool RunUntil(const std::function<bool()> &condition, Moment limit = Limit);
-    /// Starts the session.
-    void Start() { session->TransferDatas(); }
+    /// Runs until the condition holds. @return whether it did before the limit
+    bool RunUntil(const std::function<bool()> &condition);
 
     std::vector<Bytes> Frames() const;
     /// The lines of the frames that begin with that letter, in the order in which they went out.
@@ -219,7 +194,7 @@ public:
     FakePort port{now};
     FakeTimers timers{now};
     FakeView view;
-    std::unique_ptr<CloneSession> session;
+    CloneSession session;
 
 private:
     bool Step(Moment end);
