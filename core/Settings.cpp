@@ -226,6 +226,14 @@ std::string SettingCaption(const SettingShape &shape, Language language) {
     return std::string(shape.captionId != 0 ? Res(language, shape.captionId) : Pick(language, shape.caption));
 }
 
+std::string SettingName(const SettingShape &shape, Language language) {
+    constexpr std::string_view Colon = "：";
+    std::string caption = SettingCaption(shape, language);
+    if (caption.ends_with(Colon))
+        caption.resize(caption.size() - Colon.size());
+    return caption;
+}
+
 int WorkingChannelEntry(std::uint8_t byte, int channels) {
     if (channels == 0)
         return NoEntry;

@@ -52,6 +52,9 @@ const SettingShape &ShapeOf(Setting setting);
 /// The caption of a setting in the language.
 std::string SettingCaption(const SettingShape &shape, Language language);
 
+/// The caption without the colon that some have for the place where they stand on the window.
+std::string SettingName(const SettingShape &shape, Language language);
+
 /// List position of the working channel in a list of the channels 1 to `channels`: its own entry, else the
 /// first; NoEntry when the list is empty.
 int WorkingChannelEntry(std::uint8_t byte, int channels);
