@@ -1,22 +1,11 @@
 #include "sim/SessionRecorder.h"
 
-#include "sim/Hex.h"
+#include "core/FrameLog.h"
 #include "sim/SimFiles.h"
 
-#include <array>
-#include <chrono>
-#include <cstdio>
 #include <utility>
 
 namespace k470 {
-
-std::string FormatLogLine(WireTime time, FrameDirection direction, std::span<const std::uint8_t> bytes) {
-    const long long micros = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
-    std::array<char, 48> stamp{};
-    std::snprintf(stamp.data(), stamp.size(), "%lld.%06lld", micros / 1'000'000, micros % 1'000'000);
-    return std::string(stamp.data()) + (direction == FrameDirection::FromProgram ? " > " : " < ") +
-           HexText(bytes);
-}
 
 SessionRecorder::SessionRecorder(SimulatedRadio &radio, std::string out,
                                  std::function<void(const std::string &)> say)

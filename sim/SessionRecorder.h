@@ -8,13 +8,8 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 
 namespace k470 {
-
-/// A line of the frame log: seconds with six decimals, ">" from the program or "<" from the radio, the bytes
-/// in hexadecimal ("12.034567 > 52 00 10 10"). No line end.
-std::string FormatLogLine(WireTime time, FrameDirection direction, std::span<const std::uint8_t> bytes);
 
 /// Keeps what happens while a radio is served: the frame log, its memory after each session, its complaints.
 class SessionRecorder {

@@ -1,7 +1,5 @@
 #include "sim/SimulatedRadio.h"
 
-#include "sim/Hex.h"
-
 #include <algorithm>
 #include <array>
 #include <optional>

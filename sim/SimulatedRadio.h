@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/FrameLog.h"
 #include "core/MemoryImage.h"
 #include "sim/Faults.h"
 #include "sim/SerialDevice.h"
@@ -13,13 +14,6 @@
 #include <vector>
 
 namespace k470 {
-
-enum class FrameDirection : std::uint8_t { FromProgram, FromRadio };
-
-struct LoggedFrame {
-    FrameDirection direction = FrameDirection::FromProgram;
-    std::vector<std::uint8_t> bytes;
-};
 
 /// The radio's side of the clone protocol, byte by byte, session after session. It answers what a program may
 /// rightly send; a frame that is out of place or malformed is complained about and otherwise ignored, so that

@@ -1,5 +1,6 @@
 #include "sim/Faults.h"
 #include "sim/PtyServer.h"
+#include "sim/ReplayDevice.h"
 #include "sim/SampleMemory.h"
 #include "sim/SessionRecorder.h"
 #include "sim/SimFiles.h"
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -19,7 +21,7 @@ namespace {
 
 using namespace k470;
 
-enum ExitCode : int { ExitDone = 0, ExitUsage = 2, ExitFile = 3, ExitPort = 4 };
+enum ExitCode : int { ExitDone = 0, ExitDiffers = 1, ExitUsage = 2, ExitFile = 3, ExitPort = 4 };
 
 struct Options {
     std::string link;
@@ -30,6 +32,7 @@ struct Options {
     std::string log;
     std::vector<std::string> faults;
     std::uint32_t seed = 1;
+    std::string replay;
 };
 
 void Say(const std::string &text) {
@@ -48,7 +51,11 @@ The log has a line a frame: seconds since the start, > from the program or < fro
 the bytes in hexadecimal. A frame of the program has the time at which it began to arrive, a
 reply the time at which its last byte left. Complaints about the program go to standard error.
 
-Exit codes: 0 ended by a signal, 2 usage, 3 file, 4 no pseudo-terminal or no link to it.
+A replay reads such a log, or a trace that k470-cli recorded, and gives its replies to a program
+that sends what was sent then. At the first other byte it complains and falls silent.
+
+Exit codes: 0 ended by a signal, 1 the same after a replay whose program sent something else,
+2 usage, 3 file, 4 no pseudo-terminal or no link to it.
 )";
 
 void DescribeOptions(CLI::App &app, Options &options) {
@@ -59,20 +66,25 @@ void DescribeOptions(CLI::App &app, Options &options) {
     auto *channels = app.add_option("--channels", options.channels, "Channels of the sample memory (16)")
                          ->check(CLI::Range(1, MaxChannels))
                          ->type_name("N");
-    app.add_option("--image", options.image, "Memory from a file of 1792 raw bytes instead")
-        ->excludes(channels)
-        ->type_name("FILE");
-    app.add_option("--out", options.out, "File that receives the memory after each session")
-        ->type_name("FILE");
+    auto *image = app.add_option("--image", options.image, "Memory from a file of 1792 raw bytes instead")
+                      ->excludes(channels)
+                      ->type_name("FILE");
+    auto *out = app.add_option("--out", options.out, "File that receives the memory after each session")
+                    ->type_name("FILE");
     app.add_option("--baud", options.baud,
                    "Pace both directions to wire time, 11 bits a byte; without it nothing is paced")
         ->check(CLI::Range(50, 4'000'000))
         ->type_name("N");
-    app.add_option("--log", options.log, "Log of all frames")->type_name("FILE");
-    app.add_option("--fault", options.faults, "Go wrong; may be given several times")
-        ->type_name("KIND@STEP[xCOUNT]")
-        ->allow_extra_args(false);
-    app.add_option("--seed", options.seed, "Seed of the faults' random bytes (1)")->type_name("N");
+    auto *log = app.add_option("--log", options.log, "Log of all frames")->type_name("FILE");
+    auto *fault = app.add_option("--fault", options.faults, "Go wrong; may be given several times")
+                      ->type_name("KIND@STEP[xCOUNT]")
+                      ->allow_extra_args(false);
+    auto *seed =
+        app.add_option("--seed", options.seed, "Seed of the faults' random bytes (1)")->type_name("N");
+    auto *replay =
+        app.add_option("--replay", options.replay, "Answer from a log of frames instead")->type_name("FILE");
+    for (CLI::Option *other : {channels, image, out, log, fault, seed})
+        replay->excludes(other);
 }
 
 std::optional<FaultInjector> MakeFaults(const Options &options) {
@@ -103,23 +115,19 @@ sigset_t HoldSignals() {
     return ending;
 }
 
-int ServeUntilSignal(SimulatedRadio &radio, SessionRecorder &recorder, const Options &options) {
+/// Serves the device until a signal comes. @param observers what to tell; the rest is filled in here
+ExitCode ServeUntilSignal(SerialDevice &device, PtyServerOptions observers, const Options &options) {
     const sigset_t ending = HoldSignals();
     std::atomic<bool> failed = false;
-    PtyServer server(radio,
-                     {
-                         .baud = options.baud,
-                         .link = options.link,
-                         .onHost = [&](WireTime time) { recorder.TakeHost(time); },
-                         .onReply = [&](WireTime time, auto bytes) { recorder.TakeReply(time, bytes); },
-                         .onNewSlave = [](const std::string &path) { std::cout << path << std::endl; },
-                         .onFailure =
-                             [&](const std::string &why) {
-                                 Say(why);
-                                 failed = true;
-                                 ::kill(::getpid(), SIGTERM);
-                             },
-                     });
+    observers.baud = options.baud;
+    observers.link = options.link;
+    observers.onNewSlave = [](const std::string &path) { std::cout << path << std::endl; };
+    observers.onFailure = [&](const std::string &why) {
+        Say(why);
+        failed = true;
+        ::kill(::getpid(), SIGTERM);
+    };
+    PtyServer server(device, std::move(observers));
     if (const auto failure = server.Start()) {
         Say(*failure);
         return ExitPort;
@@ -128,11 +136,49 @@ int ServeUntilSignal(SimulatedRadio &radio, SessionRecorder &recorder, const Opt
     int signal = 0;
     ::sigwait(&ending, &signal);
     server.Stop();
-    recorder.Finish();
     return failed ? ExitPort : ExitDone;
 }
 
-int Run(const Options &options) {
+ExitCode ServeRadio(SimulatedRadio &radio, const Options &options) {
+    SessionRecorder recorder(radio, options.out, Say);
+    if (!options.log.empty()) {
+        if (const auto failure = recorder.OpenLog(options.log)) {
+            Say(*failure);
+            return ExitFile;
+        }
+    }
+    const ExitCode code =
+        ServeUntilSignal(radio,
+                         {
+                             .onHost = [&](WireTime time) { recorder.TakeHost(time); },
+                             .onReply = [&](WireTime time, auto bytes) { recorder.TakeReply(time, bytes); },
+                         },
+                         options);
+    recorder.Finish();
+    return code;
+}
+
+ExitCode Replay(const Options &options) {
+    LoadedTrace trace = LoadTrace(options.replay);
+    if (!trace.error.empty()) {
+        Say(trace.error);
+        return ExitFile;
+    }
+    ReplayDevice device(std::move(trace.frames));
+    bool said = false;
+    const auto sayOnce = [&](WireTime) {
+        if (device.Complaint() && !std::exchange(said, true))
+            Say("complaint: " + *device.Complaint());
+    };
+    const ExitCode code = ServeUntilSignal(device, {.onHost = sayOnce}, options);
+    if (!device.Complaint() && device.FramesLeft() > 0)
+        Say(std::to_string(device.FramesLeft()) + " recorded frames of the program did not come");
+    return code == ExitDone && device.Complaint() ? ExitDiffers : code;
+}
+
+ExitCode Run(const Options &options) {
+    if (!options.replay.empty())
+        return Replay(options);
     std::optional<FaultInjector> faults = MakeFaults(options);
     if (!faults)
         return ExitUsage;
@@ -148,14 +194,7 @@ int Run(const Options &options) {
         return ExitFile;
     }
     SimulatedRadio radio(*memory.image, std::move(*faults));
-    SessionRecorder recorder(radio, options.out, Say);
-    if (!options.log.empty()) {
-        if (const auto failure = recorder.OpenLog(options.log)) {
-            Say(*failure);
-            return ExitFile;
-        }
-    }
-    return ServeUntilSignal(radio, recorder, options);
+    return ServeRadio(radio, options);
 }
 
 } // namespace
