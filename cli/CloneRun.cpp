@@ -1,10 +1,11 @@
 #include "cli/CloneRun.h"
 
-#include "cli/InterruptWatch.h"
 #include "link/CloneSession.h"
 #include "link/QtCloneTimers.h"
 #include "link/QtSerialPort.h"
+#include "link/TracedPort.h"
 
+#include <QDateTime>
 #include <QEventLoop>
 
 namespace k470 {
@@ -15,20 +16,22 @@ using End = CloneReport::End;
 
 class CloneRun : public CloneView {
 public:
-    CloneRun(AppState &state, const PortChoice &choice, const Console &console);
+    CloneRun(AppState &state, const CloneTask &task, const CloneLine &line);
 
     CloneReport Run();
 
     void ShowPercentLabel() override { SetPercentLabel(InitialProgressText(state_.language)); }
     void ShowProgress(int, int) override {}
-    void SetPercentLabel(const std::string &text) override { console_.ShowProgress(text); }
+    void SetPercentLabel(const std::string &text) override {
+        line_.console.ShowProgress(line_.console.Phrase(task_.progress) + text);
+    }
     void ShowPortNumber() override {}
     void ShowOpenFailure(const PortFailure &failure) override;
     bool AskRetry() override;
     void ShowCompleted() override { report_.end = End::Completed; }
     void RefreshAfterRead() override {}
     void WarnMissingLines(const std::vector<int> &lines) override { report_.missingLines = lines; }
-    std::vector<std::string> EnumComPorts() override { return k470::EnumComPorts(choice_.table()); }
+    std::vector<std::string> EnumComPorts() override { return k470::EnumComPorts(line_.port.table()); }
     void CloseWindow() override;
 
 private:
@@ -37,27 +40,28 @@ private:
     bool IsBetweenLines() const;
 
     AppState &state_;
-    const PortChoice &choice_;
-    const Console &console_;
+    const CloneTask &task_;
+    const CloneLine &line_;
     QEventLoop loop_;
     QtSerialPort port_;
+    TracedPort tracedPort_;
     QtCloneTimers timers_;
     CloneSession session_;
 
     int sentStep_ = Clone::NothingSent; ///< step of the last frame
-    bool interrupted_ = false;
     bool closed_ = false;
     CloneReport report_;
 };
 
-CloneRun::CloneRun(AppState &state, const PortChoice &choice, const Console &console)
-    : state_(state), choice_(choice), console_(console), port_(choice.table),
-      session_(state, port_, timers_, *this) {
+CloneRun::CloneRun(AppState &state, const CloneTask &task, const CloneLine &line)
+    : state_(state), task_(task), line_(line), port_(line.port.table), tracedPort_(port_, line.trace),
+      session_(state, tracedPort_, timers_, *this) {
     timers_.Drive([this] { SendTick(); }, [this] { OvertimeTick(); });
 }
 
 CloneReport CloneRun::Run() {
-    const InterruptWatch watch([this] { interrupted_ = true; });
+    const QString now = QDateTime::currentDateTime().toString(Qt::ISODate);
+    line_.trace.AddComment(now.toStdString() + " session on " + line_.port.name + ": " + task_.purpose);
     session_.TransferDatas();
     if (!closed_)
         loop_.exec();
@@ -66,7 +70,7 @@ CloneReport CloneRun::Run() {
 }
 
 void CloneRun::SendTick() {
-    if (interrupted_ && IsBetweenLines()) {
+    if (line_.interrupts.Interrupted() && IsBetweenLines()) {
         CloseWindow();
         return;
     }
@@ -77,7 +81,7 @@ void CloneRun::SendTick() {
 
 void CloneRun::OvertimeTick() {
     // A line that has just failed is not repeated for a user who wants to stop.
-    if (interrupted_ && session_.Result() == CloneSession::Outcome::Running)
+    if (line_.interrupts.Interrupted() && session_.Result() == CloneSession::Outcome::Running)
         CloseWindow();
     else
         session_.OvertimeTick();
@@ -92,7 +96,7 @@ bool CloneRun::IsBetweenLines() const {
 void CloneRun::ShowOpenFailure(const PortFailure &failure) {
     report_.end = End::OpenFailed;
     report_.failure = failure;
-    if (choice_.byPath)
+    if (line_.port.byPath)
         report_.failure.port.clear();
     CloseWindow();
 }
@@ -110,8 +114,10 @@ void CloneRun::CloseWindow() {
 
 } // namespace
 
-CloneReport RunClone(AppState &state, const PortChoice &port, const Console &console) {
-    return CloneRun(state, port, console).Run();
+CloneReport RunClone(AppState &state, const CloneTask &task, const CloneLine &line) {
+    state.cloneMode = task.mode;
+    state.portNumber = line.port.number;
+    return line.interrupts.Interrupted() ? CloneReport() : CloneRun(state, task, line).Run();
 }
 
 } // namespace k470

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "cli/Console.h"
+#include "cli/InterruptWatch.h"
 #include "cli/PortChoice.h"
 #include "core/AppState.h"
 #include "link/SerialPort.h"
+#include "link/TraceFile.h"
 
 #include <vector>
 
@@ -24,10 +26,25 @@ struct CloneReport {
     bool lineSent = false;           ///< a write has begun to change the radio
 };
 
-/// Runs a session in the direction of state.cloneMode on the chosen port, with the progress on the console.
-/// An interruption ends it before the next line begins, or when the current one fails for the first time;
-/// once all lines are transferred it completes. Needs the application object, whose event loop must not be
-/// running.
-CloneReport RunClone(AppState &state, const PortChoice &port, const Console &console);
+/// What the sessions of a command share.
+struct CloneLine {
+    const PortChoice &port;
+    const InterruptWatch &interrupts;
+    TraceFile &trace; ///< may be a file that is not open
+    const Console &console;
+};
+
+/// What a session is for.
+struct CloneTask {
+    CloneMode mode = CloneMode::Read;
+    const char *purpose = ""; ///< in a trace
+    TextPair progress{};      ///< what stands before its progress
+};
+
+/// Runs a session on the line, with the progress on the console. An interruption ends it before the next line
+/// begins, or when the current one fails for the first time, and one that came earlier before the port is
+/// opened; once all lines are transferred it completes. Needs the application object, whose event loop must
+/// not be running.
+CloneReport RunClone(AppState &state, const CloneTask &task, const CloneLine &line);
 
 } // namespace k470

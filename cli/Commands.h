@@ -10,10 +10,12 @@ namespace k470 {
 /// How the program ends; part of what scripts rely on.
 enum ExitCode : int {
     ExitDone = 0,
+    ExitDiffers = 1,
     ExitUsage = 2,
     ExitFile = 3,
     ExitPort = 4,
     ExitRadio = 5,
+    ExitVerify = 6,
     ExitInterrupted = 130,
 };
 
@@ -22,12 +24,14 @@ struct ExitMeaning {
     const char *meaning;
 };
 
-inline constexpr std::array<ExitMeaning, 6> ExitMeanings{{
+inline constexpr std::array<ExitMeaning, 8> ExitMeanings{{
     {ExitDone, "done"},
+    {ExitDiffers, "the files differ, or the check found warnings"},
     {ExitUsage, "usage: unknown, missing or contradictory arguments"},
     {ExitFile, "file: cannot be read or written, or holds no image that the command can use"},
     {ExitPort, "port: not there, not permitted, in use, or no serial port"},
     {ExitRadio, "radio: no answer, wrong answers, or lines missing from a read"},
+    {ExitVerify, "verify failed: the radio does not hold what it should"},
     {ExitInterrupted, "interrupted by Ctrl+C or another ending signal"},
 }};
 
@@ -36,6 +40,13 @@ struct CommandArguments {
     std::string port; ///< COM name or device path
     std::string input;
     std::string output;
+    std::string other; ///< the second of two inputs
+    std::string band;  ///< "LOW-HIGH" in MHz
+    int channels = 0;
+    std::string trace; ///< file that records the frames; "" for none
+    bool noBackup = false;
+    bool noVerify = false;
+    bool json = false; ///< results in the form for machines
 };
 
 /// A command tells what it has to tell through the console.

@@ -29,22 +29,32 @@ std::string Phrase(Language language, const TextPair &pair, std::initializer_lis
     return text.append(rest);
 }
 
-Console::Console(Language language) : language_(language), progressShown_(::isatty(STDERR_FILENO) == 1) {
+Console::Console(Language language, bool quiet)
+    : language_(language), quiet_(quiet), progressShown_(!quiet && ::isatty(STDERR_FILENO) == 1) {
 }
 
 std::string Console::Phrase(const TextPair &pair, std::initializer_list<std::string_view> parts) const {
     return k470::Phrase(language_, pair, parts);
 }
 
-bool Console::Print(std::string_view text) const {
+bool Console::PrintResult(std::string_view text) const {
+    constexpr TextPair NotWritten{"The output could not be written.", "无法写入输出。"};
     ClearProgress();
     std::cout << text << std::flush;
-    return std::cout.good();
+    if (std::cout.good())
+        return true;
+    PrintError(Phrase(NotWritten));
+    return false;
 }
 
 void Console::PrintError(std::string_view text) const {
     ClearProgress();
     std::cerr << ProgramPrefix << text << std::endl;
+}
+
+void Console::PrintSuccess(std::string_view text) const {
+    if (!quiet_)
+        PrintResult(std::string(text) + "\n");
 }
 
 void Console::ShowProgress(std::string_view text) const {

@@ -12,19 +12,21 @@ namespace k470 {
 std::string Phrase(Language language, const TextPair &pair, std::initializer_list<std::string_view> parts);
 
 /// Where the commands speak: results on standard output, errors on standard error, progress there too when it
-/// is a terminal.
+/// is a terminal. A quiet one keeps progress and words of success to itself.
 class Console {
 public:
-    explicit Console(Language language);
+    Console(Language language, bool quiet);
 
     Language UsedLanguage() const { return language_; }
     std::string Phrase(const TextPair &pair, std::initializer_list<std::string_view> parts = {}) const;
 
     // Both take a progress line away first.
 
-    /// @return whether standard output took the text
-    bool Print(std::string_view text) const;
+    /// What the command was asked for. @return whether standard output took it; else an error is printed
+    bool PrintResult(std::string_view text) const;
     void PrintError(std::string_view text) const;
+    /// A word of success, a line; nothing when quiet.
+    void PrintSuccess(std::string_view text) const;
 
     /// Replaces the progress line.
     void ShowProgress(std::string_view text) const;
@@ -33,6 +35,7 @@ private:
     void ClearProgress() const;
 
     Language language_;
+    bool quiet_;
     bool progressShown_;
 };
 

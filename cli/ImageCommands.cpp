@@ -1,6 +1,7 @@
 #include "cli/ImageCommands.h"
 
 #include "cli/ImageFiles.h"
+#include "cli/ImageJson.h"
 #include "cli/Listing.h"
 
 namespace k470 {
@@ -34,10 +35,9 @@ ExitCode RunShow(const CommandArguments &arguments, const Console &console) {
         console.PrintError(*failure);
         return ExitFile;
     }
-    if (console.Print(ListImage(image, console.UsedLanguage())))
-        return ExitDone;
-    console.PrintError(console.Phrase({"The output could not be written.", "无法写入输出。"}));
-    return ExitFile;
+    const std::string text = arguments.json ? FieldsAsJson(ReadImageFields(image, Language::English))
+                                            : ListImage(image, console.UsedLanguage());
+    return console.PrintResult(text) ? ExitDone : ExitFile;
 }
 
 ExitCode RunPack(const CommandArguments &arguments, const Console &console) {

@@ -36,21 +36,12 @@ std::string BandRange(const MemoryImage &image) {
     return ShortestDecimal(state.bandLow) + " - " + ShortestDecimal(state.bandHigh) + " MHz";
 }
 
-/// Some captions end in a colon for the place where they stand on the window.
-std::string WithoutColon(std::string caption) {
-    constexpr std::string_view Colon = "：";
-    if (caption.ends_with(Colon))
-        caption.resize(caption.size() - Colon.size());
-    return caption;
-}
-
 } // namespace
 
 std::string ListImage(const MemoryImage &image, Language language) {
     std::vector<TextRow> settings{{std::string(Res(language, Text::Frequency)), BandRange(image)}};
     for (const SettingShape &shape : SettingShapes)
-        settings.push_back(
-            {WithoutColon(SettingCaption(shape, language)), SettingText(image, shape.setting, language)});
+        settings.push_back({SettingName(shape, language), SettingText(image, shape.setting, language)});
     return FormatTable(ChannelTable(image, language)) + "\n" + FormatTable(settings);
 }
 

@@ -1,4 +1,6 @@
+#include "cli/ExchangeCommands.h"
 #include "cli/ImageCommands.h"
+#include "cli/NewAndCheck.h"
 #include "cli/RadioCommands.h"
 
 #include <CLI/CLI.hpp>
@@ -6,6 +8,7 @@
 #include <QCoreApplication>
 
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace {
@@ -14,9 +17,10 @@ using namespace k470;
 
 struct ArgumentShape {
     const char *name; ///< an option when it begins with dashes
-    std::string CommandArguments::*value;
-    const char *type;
+    std::variant<std::string CommandArguments::*, int CommandArguments::*, bool CommandArguments::*> value;
+    const char *type; ///< of what follows; "" for a flag
     const char *help;
+    bool required = true;
 };
 
 struct CommandShape {
@@ -32,11 +36,51 @@ const ArgumentShape PortArgument{
 const ArgumentShape InputArgument{"IN", &CommandArguments::input, "FILE", "Image file"};
 const ArgumentShape OutputArgument{"OUT", &CommandArguments::output, "FILE",
                                    "Image file to write; an existing one is replaced"};
+const ArgumentShape TraceArgument{"--trace", &CommandArguments::trace, "FILE",
+                                  "Record every frame with its time in a file", false};
+const ArgumentShape NoBackupArgument{"--no-backup", &CommandArguments::noBackup, "",
+                                     "Do not read the radio and keep its image first", false};
+const ArgumentShape NoVerifyArgument{"--no-verify", &CommandArguments::noVerify, "",
+                                     "Do not read back and compare afterwards", false};
+const ArgumentShape JsonArgument{"--json", &CommandArguments::json, "", "Results as JSON", false};
 
 const std::vector<CommandShape> Commands{
-    {"read", "Read the radio into a file", RunRead, {PortArgument, OutputArgument}},
-    {"write", "Write the image of a file to the radio", RunWrite, {PortArgument, InputArgument}},
-    {"show", "Show channels, band and settings of a file as text", RunShow, {InputArgument}},
+    {"ports", "List the serial ports", RunPorts, {JsonArgument}},
+    {"read",
+     "Read the radio into a file",
+     RunRead,
+     {PortArgument, OutputArgument, TraceArgument, JsonArgument}},
+    {"write",
+     "Write the image of a file to the radio, keep the old one, and verify",
+     RunWrite,
+     {PortArgument, InputArgument, NoBackupArgument, NoVerifyArgument, TraceArgument, JsonArgument}},
+    {"verify",
+     "Compare the radio with the image of a file",
+     RunVerify,
+     {PortArgument, InputArgument, TraceArgument, JsonArgument}},
+    {"new",
+     "Make the image of a radio without programmed channels",
+     RunNew,
+     {{"--band", &CommandArguments::band, "LOW-HIGH", "Band limits in MHz, such as 400-480"},
+      {"--channels", &CommandArguments::channels, "N", "Channel count, 1 to 99"},
+      OutputArgument}},
+    {"show", "Show channels, band and settings of a file", RunShow, {InputArgument, JsonArgument}},
+    {"check", "Warn of what a radio would not work with", RunCheck, {InputArgument, JsonArgument}},
+    {"diff",
+     "Compare two files by field and by byte",
+     RunDiff,
+     {{"A", &CommandArguments::input, "FILE", "Image file"},
+      {"B", &CommandArguments::other, "FILE", "Image file to compare it with"},
+      JsonArgument}},
+    {"export",
+     "Write channels, settings, band and tuning as JSON or CSV",
+     RunExport,
+     {InputArgument, {"DATA", &CommandArguments::output, "FILE", "File to write, ending in .json or .csv"}}},
+    {"import",
+     "Take channels, settings, band and tuning from JSON or CSV into a file",
+     RunImport,
+     {{"DATA", &CommandArguments::input, "FILE", "File to take them from, ending in .json or .csv"},
+      {"FILE", &CommandArguments::output, "FILE", "Image file to change"}}},
     {"pack", "Pack a raw image into a .tw file", RunPack, {InputArgument, OutputArgument}},
     {"unpack", "Unpack a .tw file into a raw image", RunUnpack, {InputArgument, OutputArgument}},
 };
@@ -55,26 +99,38 @@ std::string Footer() {
     return text;
 }
 
-/// Makes the command line know the command. @return where the parsing tells whether it was given
-CLI::App *AddCommand(CLI::App &app, const CommandShape &shape, CommandArguments &arguments) {
+void AddArgument(CLI::App &command, const ArgumentShape &shape, std::string &value) {
     const CLI::Validator notEmpty(
         [](std::string &text) { return text.empty() ? std::string("is empty") : std::string(); }, "");
+    command.add_option(shape.name, value, shape.help)
+        ->type_name(shape.type)
+        ->required(shape.required)
+        ->check(notEmpty);
+}
+
+void AddArgument(CLI::App &command, const ArgumentShape &shape, int &value) {
+    command.add_option(shape.name, value, shape.help)->type_name(shape.type)->required(shape.required);
+}
+
+void AddArgument(CLI::App &command, const ArgumentShape &shape, bool &value) {
+    command.add_flag(shape.name, value, shape.help);
+}
+
+/// Makes the command line know the command. @return where the parsing tells whether it was given
+CLI::App *AddCommand(CLI::App &app, const CommandShape &shape, CommandArguments &arguments) {
     CLI::App *const command = app.add_subcommand(shape.name, shape.help);
     command->fallthrough();
     for (const ArgumentShape &argument : shape.arguments)
-        command->add_option(argument.name, arguments.*argument.value, argument.help)
-            ->type_name(argument.type)
-            ->required()
-            ->check(notEmpty);
+        std::visit([&](auto member) { AddArgument(*command, argument, arguments.*member); }, argument.value);
     return command;
 }
 
-ExitCode RunCommand(const CommandShape &shape, const CommandArguments &arguments, Language language, int argc,
-                    char **argv) {
+ExitCode RunCommand(const CommandShape &shape, const CommandArguments &arguments, Language language,
+                    bool quiet, int argc, char **argv) {
     // What fails is told by the commands in the user's language; remarks for developers would mix with it.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     const QCoreApplication application(argc, argv);
-    return shape.run(arguments, Console(language));
+    return shape.run(arguments, Console(language, quiet));
 }
 
 } // namespace
@@ -89,6 +145,8 @@ int main(int argc, char **argv) {
                    "Language of the output: en or zh (default: zh in a Chinese locale, else en)")
         ->type_name("LANG")
         ->check(CLI::IsMember({"en", "zh"}));
+    bool quiet = false;
+    app.add_flag("--quiet", quiet, "No progress and no word of success; results and errors only");
     CommandArguments arguments;
     std::vector<CLI::App *> parsed;
     for (const CommandShape &shape : Commands)
@@ -103,6 +161,6 @@ int main(int argc, char **argv) {
                                                : Language::English;
     for (std::size_t i = 0; i < Commands.size(); ++i)
         if (parsed[i]->parsed())
-            return RunCommand(Commands[i], arguments, chosen, argc, argv);
+            return RunCommand(Commands[i], arguments, chosen, quiet, argc, argv);
     return ExitUsage;
 }

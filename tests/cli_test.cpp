@@ -1,23 +1,8 @@
-#include "core/Bands.h"
-#include "core/ChannelRows.h"
-#include "core/Preferences.h"
 #include "core/Settings.h"
-
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QThread>
-
-#include <gtest/gtest.h>
+#include "tests/CliTools.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
-#include <functional>
-#include <initializer_list>
 #include <vector>
 
 #include <fcntl.h>
@@ -27,235 +12,7 @@
 namespace k470 {
 namespace {
 
-constexpr int PatienceMs = 30000;
 constexpr uid_t Nobody = 65534;
-constexpr const char *OldContent = "what was there before";
-constexpr const char *MixtureText = "The radio may now hold a mixture of old and new data.";
-constexpr const char *UntouchedText = "Nothing was written to the radio.";
-
-/// @return whether the condition came to hold
-bool WaitFor(const std::function<bool()> &condition) {
-    const QDeadlineTimer limit(PatienceMs);
-    while (!condition()) {
-        if (limit.hasExpired())
-            return false;
-        QThread::msleep(1);
-    }
-    return true;
-}
-
-QByteArray Content(const QString &path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void Put(const QString &path, const QByteArray &bytes) {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write(bytes), bytes.size());
-}
-
-QByteArray Bytes(const MemoryImage &image) {
-    return {reinterpret_cast<const char *>(image.data()), static_cast<qsizetype>(image.size())};
-}
-
-QByteArray LineOf(const QByteArray &image, int line) {
-    return image.mid(line * static_cast<int>(LineSize), LineSize);
-}
-
-bool IsTransferred(int line, int channels) {
-    return line < channels || (line >= FirstSettingsLine && line <= LastSettingsLine);
-}
-
-class EmptyStore : public PreferenceStore {
-public:
-    std::string GetKeyValue(std::string_view) const override { return {}; }
-    bool UpdateKey(std::string_view, std::string_view) override { return false; }
-};
-
-AppState StartedState() {
-    AppState state;
-    StartState(state, EmptyStore(), "");
-    state.language = Language::English;
-    return state;
-}
-
-/// A codeplug whose second channel is empty and whose third only receives. @param channels 3 or more
-MemoryImage SampleImage(int channels) {
-    AppState state = StartedState();
-    state.image[Address::ChannelCount] = static_cast<std::uint8_t>(channels);
-    for (int ch = 0; ch < channels; ++ch) {
-        RowTexts row;
-        if (ch != 1)
-            SetRowRx(row, std::to_string(401 + ch % 70), state);
-        if (ch == 2)
-            SetRowTx(row, "", state);
-        row[ColLockout] = ch == 0 ? Res(state.language, Text::Carrier) : Res(state.language, Text::Off);
-        StoreRow(state.image, ch, row, state.language);
-    }
-    return state.image;
-}
-
-struct Ending {
-    int code = -1;
-    QString output;
-    QString errors;
-};
-
-/// k470-cli, started. Texts are English unless the arguments or the environment say otherwise.
-class Cli {
-public:
-    explicit Cli(const QStringList &arguments, const QMap<QString, QString> &variables = {},
-                 std::function<void(QProcess &)> prepare = {}) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("LC_ALL", "C.UTF-8");
-        for (const QString &name : variables.keys())
-            environment.insert(name, variables[name]);
-        process_.setProcessEnvironment(environment);
-        if (prepare)
-            prepare(process_);
-        process_.start(K470_CLI_PATH, arguments);
-        started_ = process_.waitForStarted(PatienceMs);
-    }
-    ~Cli() {
-        process_.kill();
-        process_.waitForFinished(PatienceMs);
-    }
-
-    bool HasStarted() const { return started_; }
-    void Signal(int number) { ::kill(static_cast<pid_t>(process_.processId()), number); }
-
-    Ending Wait() {
-        EXPECT_TRUE(process_.waitForFinished(PatienceMs));
-        EXPECT_EQ(process_.exitStatus(), QProcess::NormalExit);
-        return {process_.exitCode(), process_.readAllStandardOutput(), process_.readAllStandardError()};
-    }
-
-private:
-    QProcess process_;
-    bool started_ = false;
-};
-
-Ending RunCli(const QStringList &arguments, const QMap<QString, QString> &variables = {}) {
-    return Cli(arguments, variables).Wait();
-}
-
-/// A simulated radio. Its log and its memory after the last session are files in the folder.
-class Radio {
-public:
-    Radio(const QString &folder, const QStringList &arguments)
-        : log_(folder + "/radio.log"), memory_(folder + "/radio.bin") {
-        QFile::remove(log_);
-        QFile::remove(memory_);
-        process_.start(K470_SIM_PATH, QStringList{"--log", log_, "--out", memory_} + arguments);
-        EXPECT_TRUE(WaitFor([this] {
-            process_.waitForReadyRead(10);
-            return process_.canReadLine();
-        })) << process_.readAllStandardError().toStdString();
-        path_ = QString::fromUtf8(process_.readLine()).trimmed();
-    }
-    ~Radio() { Stop(); }
-
-    /// Ends it, so that log and memory are complete. @return what it complained about
-    QString Stop() {
-        process_.terminate();
-        process_.waitForFinished(PatienceMs);
-        return process_.readAllStandardError();
-    }
-
-    const QString &Path() const { return path_; }
-    /// "> 57 06 30 10 ...", "< 06", without the times.
-    QStringList Frames() const {
-        QStringList frames;
-        for (const QByteArray &line : Content(log_).split('\n'))
-            if (const auto space = line.indexOf(' '); space > 0)
-                frames.append(line.mid(space + 1));
-        return frames;
-    }
-    bool HasHeard(const QString &start) const {
-        return Frames().indexOf(QRegularExpression("^> " + start + ".*")) >= 0;
-    }
-    QByteArray Memory() const { return Content(memory_); }
-
-private:
-    QString log_;
-    QString memory_;
-    QString path_;
-    QProcess process_;
-};
-
-class CliTest : public testing::Test {
-protected:
-    QString In(const QString &name) const { return folder_.filePath(name); }
-
-    QStringList Names() const { return QDir(folder_.path()).entryList(QDir::AllEntries | QDir::Hidden); }
-
-    void Save(const QString &name, const MemoryImage &image) { Put(In(name), Bytes(image)); }
-
-    QTemporaryDir folder_;
-};
-
-TEST_F(CliTest, ReadFillsANewImageWithTheLinesOfTheRadio) {
-    MemoryImage memory = SampleImage(20);
-    for (int line = 0; line < static_cast<int>(LineCount); ++line)
-        Line(memory, line)[Record::Reserved] = static_cast<std::uint8_t>(line);
-    Save("memory.bin", memory);
-    const Radio radio(folder_.path(), {"--image", In("memory.bin")});
-    for (const QString name : {"out.bin", "out.tw"}) {
-        const Ending ending = RunCli({"read", "--port", radio.Path(), In(name)});
-        EXPECT_EQ(ending.code, 0) << ending.errors.toStdString();
-        EXPECT_EQ(ending.output, "Reading completed!\n");
-        EXPECT_EQ(ending.errors, "") << "no progress where nobody looks";
-    }
-    const QByteArray fresh = Bytes(StartedState().image);
-    const QByteArray read = Content(In("out.bin"));
-    for (int line = 0; line < static_cast<int>(LineCount); ++line)
-        EXPECT_EQ(LineOf(read, line), LineOf(IsTransferred(line, 20) ? Bytes(memory) : fresh, line)) << line;
-    EXPECT_EQ(RunCli({"unpack", In("out.tw"), In("unpacked.bin")}).code, 0);
-    EXPECT_EQ(Content(In("unpacked.bin")), read);
-}
-
-TEST_F(CliTest, WriteBringsTheImageIntoTheRadioAndLeavesTheFileAlone) {
-    for (const int channels : {3, 99}) {
-        MemoryImage image = SampleImage(channels);
-        Save("in.bin", image);
-        ASSERT_EQ(RunCli({"pack", In("in.bin"), In("in.tw")}).code, 0);
-        MemoryImage old{};
-        old.fill(0xA5);
-        Save("old.bin", old);
-        Radio radio(folder_.path(), {"--image", In("old.bin")});
-        const Ending ending = RunCli({"write", "--port", "com7", In("in.tw"), "--lang", "zh"},
-                                     {{"K470_PORTS", "COM1=/dev/null;COM7=" + radio.Path()}});
-        EXPECT_EQ(ending.code, 0) << ending.errors.toStdString();
-        EXPECT_EQ(ending.output, "成功写完！\n");
-        EXPECT_EQ(radio.Stop(), "");
-
-        EXPECT_EQ(Content(In("in.bin")), Bytes(image));
-        PrepareForWrite(image);
-        for (int line = 0; line < static_cast<int>(LineCount); ++line) {
-            const QByteArray sent = LineOf(Bytes(IsTransferred(line, channels) ? image : old), line);
-            const int length = line == 1 ? 1 : LineSize; // of an empty channel only the mark travels
-            EXPECT_EQ(LineOf(radio.Memory(), line).left(length), sent.left(length)) << line;
-        }
-    }
-}
-
-TEST_F(CliTest, WriteSendsOnlyImagesWithAChannelCount) {
-    MemoryImage image = SampleImage(3);
-    image[Address::ChannelCount] = 100;
-    Save("hundred.bin", image);
-    image[Address::ChannelCount] = 0;
-    Save("none.bin", image);
-    Radio radio(folder_.path(), {"--channels", "5"});
-    const Ending refused = RunCli({"write", "--port", radio.Path(), In("hundred.bin")});
-    EXPECT_EQ(refused.code, 3);
-    EXPECT_TRUE(refused.errors.contains("the channel count in it is 100")) << refused.errors.toStdString();
-    EXPECT_TRUE(radio.Frames().isEmpty());
-
-    EXPECT_EQ(RunCli({"write", "--port", radio.Path(), In("none.bin")}).code, 0);
-    EXPECT_EQ(radio.Frames().filter(QRegularExpression("^> 57")).size(),
-              LastSettingsLine - FirstSettingsLine + 1);
-}
 
 TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
     Put(In("old.bin"), OldContent);
@@ -292,6 +49,15 @@ TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
              {{"read", "--port", missing, In("old.bin")}, 4, "missing is not there"},
              {{"read", "--port", In("folder"), In("old.bin")}, 4, "folder is not a serial port"},
              {{"write", "--port", In("raw.bin"), In("raw.bin")}, 4, "raw.bin is not a serial port"},
+             {{"verify", "--port", "COM1", missing}, 3, "missing: No such file"},
+             {{"verify", "--port", missing, In("raw.bin")}, 4, "missing is not there"},
+             {{"read", "--port", "COM1", missing, "--trace", "/dev/full"}, 3, "No space left"},
+             {{"read", "--port", "COM1", missing, "--trace", In("folder")}, 3, "folder: the trace cannot"},
+             {{"read", "--port", "COM1", missing, "--trace", missing}, 3, "would overwrite the image"},
+             {{"write", "--port", "COM1", In("raw.bin"), "--trace", folder_.path() + "/./raw.bin"},
+              3,
+              "would overwrite the image"},
+             {{"verify", "--port", "/dev/null", In("raw.bin"), "--trace", "/dev/null"}, 3, "or the port"},
          }) {
         const Ending ending = RunCli(arguments);
         const std::string what = arguments.join(" ").toStdString();
@@ -321,90 +87,18 @@ TEST_F(CliTest, ADeviceThatTheUserMayNotUseIsAPortFailure) {
     EXPECT_TRUE(ending.errors.contains("usermod -aG dialout")) << ending.errors.toStdString();
 }
 
-TEST_F(CliTest, ARadioThatFailsIsToldWithWhatItLeavesBehind) {
-    Save("in.bin", SampleImage(16));
-    const char *const NoAnswer = "No answer from the radio on /dev/";
-    const char *const Broken = "broke in the middle";
-    const char *const NotWritten = "out.bin was not written.";
-    struct Case {
-        const char *fault;
-        const char *command;
-        const char *what;
-        const char *left;
-    };
-    for (const auto &[fault, command, what, left] : std::initializer_list<Case>{
-             {"no-reply@0x99", "read", NoAnswer, NotWritten},
-             {"no-reply@0x99", "write", NoAnswer, UntouchedText},
-             {"hang-up@1", "write", Broken, UntouchedText},
-             {"hang-up@4", "read", Broken, NotWritten},
-             {"hang-up@4", "write", Broken, MixtureText},
-             {"wrong-ack@2x99", "write", Broken, MixtureText},
-             {"short-data@5", "read", "Lines 3 were not received. Read the radio again.\n", NotWritten},
-         }) {
-        Put(In("out.bin"), OldContent);
-        const Radio radio(folder_.path(), {"--fault", fault});
-        const bool reading = QString(command) == "read";
-        const Ending ending = RunCli({command, "--port", radio.Path(), In(reading ? "out.bin" : "in.bin")});
-        const std::string context = std::string(fault) + " " + command + ": " + ending.errors.toStdString();
-        EXPECT_EQ(ending.code, 5) << context;
-        EXPECT_TRUE(ending.errors.contains(what)) << context;
-        EXPECT_TRUE(ending.errors.contains(left)) << context;
-        EXPECT_EQ(ending.output, "") << context;
-        EXPECT_EQ(Content(In("out.bin")), OldContent) << context;
-    }
-}
-
-TEST_F(CliTest, TheSessionDoesNotWanderToAnotherPort) {
-    const Radio silent(folder_.path(), {"--fault", "no-reply@0x99"});
-    const QTemporaryDir elsewhere;
-    const Radio healthy(elsewhere.path(), {});
-    const Ending ending = RunCli({"read", "--port", "COM1", In("out.bin")},
-                                 {{"K470_PORTS", "COM1=" + silent.Path() + ";COM2=" + healthy.Path()}});
-    EXPECT_EQ(ending.code, 5);
-    EXPECT_TRUE(ending.errors.contains("No answer from the radio on COM1.")) << ending.errors.toStdString();
-    EXPECT_TRUE(healthy.Frames().isEmpty());
-}
-
-TEST_F(CliTest, AnInterruptedWriteStopsBehindAnAcknowledgedLine) {
-    Save("in.bin", SampleImage(99));
-    for (const int signal : {SIGINT, SIGTERM}) {
-        Radio radio(folder_.path(), {"--baud", "1200"});
-        Cli cli({"write", "--port", radio.Path(), In("in.bin")}, {}, [](QProcess &process) {
-            // as a script's shell starts its background jobs
-            process.setChildProcessModifier([] { ::signal(SIGINT, SIG_IGN); });
-        });
-        ASSERT_TRUE(WaitFor([&] { return radio.HasHeard("57 00 20"); }));
-        cli.Signal(signal);
-        const Ending ending = cli.Wait();
-        EXPECT_EQ(ending.code, 130);
-        EXPECT_TRUE(ending.errors.contains("Interrupted.")) << ending.errors.toStdString();
-        EXPECT_TRUE(ending.errors.contains(MixtureText)) << ending.errors.toStdString();
-        EXPECT_EQ(radio.Stop(), "") << "a frame was broken off";
-        EXPECT_EQ(radio.Frames().last(), "< 06");
-        EXPECT_FALSE(radio.HasHeard("57 06 30")) << "it went on to the settings";
-    }
-}
-
-TEST_F(CliTest, AnInterruptionBeforeTheFirstLineChangesNothing) {
-    Save("in.bin", SampleImage(3));
-    Put(In("out.bin"), OldContent);
-    Radio radio(folder_.path(), {"--fault", "no-reply@0x99"});
-    struct Case {
-        QStringList arguments;
-        const char *left;
-    };
-    for (const auto &[arguments, left] :
-         std::initializer_list<Case>{{{"write", In("in.bin")}, UntouchedText},
-                                     {{"read", In("out.bin")}, "out.bin was not written."}}) {
-        const auto heard = radio.Frames().size();
-        Cli cli(arguments + QStringList{"--port", radio.Path()});
-        ASSERT_TRUE(WaitFor([&] { return radio.Frames().size() > heard; }));
-        cli.Signal(SIGINT);
-        const Ending ending = cli.Wait();
-        EXPECT_EQ(ending.code, 130);
-        EXPECT_TRUE(ending.errors.contains(left)) << ending.errors.toStdString();
-    }
-    EXPECT_EQ(Content(In("out.bin")), OldContent);
+TEST_F(CliTest, PortsListsNamesDevicesAndDescriptions) {
+    const QMap<QString, QString> two{{"K470_PORTS", "COM7=/dev/radio;COM3=/dev/null"}};
+    EXPECT_EQ(RunCli({"ports"}, two).output,
+              "Port  Device      Description\nCOM7  /dev/radio\nCOM3  /dev/null\n");
+    const QJsonArray ports =
+        QJsonDocument::fromJson(RunCli({"ports", "--json"}, two).output.toUtf8())["ports"].toArray();
+    EXPECT_EQ(ports,
+              (QJsonArray{QJsonObject{{"name", "COM7"}, {"device", "/dev/radio"}, {"description", ""}},
+                          QJsonObject{{"name", "COM3"}, {"device", "/dev/null"}, {"description", ""}}}));
+    const Ending none = RunCli({"ports", "--quiet"}, {{"K470_PORTS", ""}});
+    EXPECT_EQ(none.code, 0);
+    EXPECT_EQ(none.output, "There is no serial port.\n");
 }
 
 TEST_F(CliTest, ProgressShowsOnATerminal) {
@@ -509,8 +203,9 @@ TEST_F(CliTest, TheLocaleDecidesTheLanguageWhereNoOptionDoes) {
 TEST(CliHelp, NamesCommandsAndExitCodes) {
     const Ending ending = RunCli({"--help"});
     EXPECT_EQ(ending.code, 0);
-    for (const char *text : {"read", "write", "show", "pack", "unpack", "\n  0    ", "\n  2    ", "\n  3    ",
-                             "\n  4    ", "\n  5    ", "\n  130  "})
+    for (const char *text :
+         {"ports", "read", "write", "verify", "show", "pack", "unpack", "\n  0    ", "\n  1    ", "\n  2    ",
+          "\n  3    ", "\n  4    ", "\n  5    ", "\n  6    ", "\n  130  "})
         EXPECT_TRUE(ending.output.contains(text)) << text;
 }
 

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "cli/Commands.h"
+
+namespace k470 {
+
+/// Makes the image file of a radio without programmed channels.
+ExitCode RunNew(const CommandArguments &arguments, const Console &console);
+
+/// Warns of what an image holds that a radio would not work with.
+ExitCode RunCheck(const CommandArguments &arguments, const Console &console);
+
+} // namespace k470

@@ -1,0 +1,116 @@
+#include "cli/RadioReport.h"
+
+#include "cli/JsonText.h"
+#include "core/FrameLog.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace k470 {
+
+namespace {
+
+constexpr std::size_t MostTold = 10;
+
+constexpr TextPair LineName{"Line {}", "第 {} 行"};
+constexpr TextPair ChannelName{"Channel {} (line {})", "信道 {}（第 {} 行）"};
+constexpr TextPair OtherBytes{"{}, address {}: {} expected, {} found.", "{}，地址 {}：应为 {}，实为 {}。"};
+constexpr TextPair LeftOut{"{}, address {}: {} expected, but the radio leaves the line out.",
+                           "{}，地址 {}：应为 {}，但对讲机没有此行。"};
+constexpr TextPair More{"{} more lines differ.", "另有 {} 行不同。"};
+
+struct ResultName {
+    ExitCode code;
+    const char *name;
+};
+
+constexpr std::array<ResultName, 6> ResultNames{{
+    {ExitDone, "done"},
+    {ExitFile, "fileFailed"},
+    {ExitPort, "portFailed"},
+    {ExitRadio, "radioFailed"},
+    {ExitVerify, "differs"},
+    {ExitInterrupted, "interrupted"},
+}};
+
+const char *NameOfResult(ExitCode code) {
+    const auto row = std::find_if(ResultNames.begin(), ResultNames.end() - 1,
+                                  [code](const ResultName &name) { return name.code == code; });
+    return row->name;
+}
+
+std::string HexAddress(std::size_t address) {
+    std::array<char, 8> text{};
+    std::snprintf(text.data(), text.size(), "%04X", static_cast<unsigned>(address & 0xFFFF));
+    return text.data();
+}
+
+std::string DifferenceSentence(const LineDifference &difference, const Console &console) {
+    const std::string line = std::to_string(difference.line);
+    const std::string place = difference.line < MaxChannels
+                                  ? console.Phrase(ChannelName, {std::to_string(difference.line + 1), line})
+                                  : console.Phrase(LineName, {line});
+    return console.Phrase(
+        difference.found.empty() ? LeftOut : OtherBytes,
+        {place, HexAddress(difference.address), HexText(difference.expected), HexText(difference.found)});
+}
+
+Json JsonOf(const std::vector<LineDifference> &differences) {
+    Json rows = Json::array();
+    for (const LineDifference &difference : differences)
+        rows.push_back({{"line", difference.line},
+                        {"address", difference.address},
+                        {"expected", HexText(difference.expected)},
+                        {"found", HexText(difference.found)}});
+    return rows;
+}
+
+std::string Join(const std::vector<std::string> &sentences) {
+    std::string text;
+    for (const std::string &sentence : sentences)
+        text += (text.empty() ? "" : " ") + sentence;
+    return text;
+}
+
+Json JsonOf(const RadioReport &report) {
+    Json json{{"command", report.command},
+              {"port", report.port},
+              {"result", NameOfResult(report.code)},
+              {"exitCode", static_cast<int>(report.code)}};
+    if (report.backup)
+        json["backup"] = report.backup->empty() ? Json() : Json(*report.backup);
+    if (report.mayHoldMixture)
+        json["radioMayHoldMixture"] = *report.mayHoldMixture;
+    if (report.differences)
+        json["differences"] = JsonOf(*report.differences);
+    if (report.missingLines)
+        json["missingLines"] = *report.missingLines;
+    json["message"] = Join(report.sentences);
+    return json;
+}
+
+} // namespace
+
+std::vector<std::string> DifferenceSentences(const std::vector<LineDifference> &differences,
+                                             const Console &console) {
+    std::vector<std::string> sentences;
+    const std::size_t told = std::min(differences.size(), MostTold);
+    for (std::size_t i = 0; i < told; ++i)
+        sentences.push_back(DifferenceSentence(differences[i], console));
+    if (told < differences.size())
+        sentences.push_back(console.Phrase(More, {std::to_string(differences.size() - told)}));
+    return sentences;
+}
+
+ExitCode TellReport(const RadioReport &report, bool json, const Console &console) {
+    for (const std::string &sentence : report.sentences)
+        if (report.code != ExitDone)
+            console.PrintError(sentence);
+        else if (!json)
+            console.PrintSuccess(sentence);
+    const bool told = !json || console.PrintResult(DumpJson(JsonOf(report)));
+    return report.code == ExitDone && !told ? ExitFile : report.code;
+}
+
+} // namespace k470

@@ -1,0 +1,145 @@
+#include "cli/RadioRun.h"
+
+#include "cli/ImageFiles.h"
+#include "core/Preferences.h"
+#include "link/CloneSession.h"
+
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace k470 {
+
+namespace {
+
+namespace fs = std::filesystem;
+using End = CloneReport::End;
+
+constexpr TextPair NoAnswer{
+    "No answer from the radio on {}. Check that the radio is on, that the cable is plugged in and that this "
+    "is the cable's port, then try again.",
+    "{} 上的对讲机没有应答。请检查对讲机是否开机、写频线是否插好、串口是否正确，然后重试。"};
+constexpr TextPair Broken{"The connection to the radio on {} broke in the middle. Check the cable and the "
+                          "radio's battery, then try again.",
+                          "与 {} 上对讲机的连接中断。请检查写频线和对讲机电池，然后重试。"};
+constexpr TextPair Interrupted{"Interrupted.", "已中断。"};
+
+constexpr TextPair WrongCount{
+    "{}: the channel count in it is {}, a radio has {} at most. Nothing was sent. Open the file in the "
+    "program, set the channel count and save it.",
+    "{}：其中的信道数为 {}，对讲机最多 {} "
+    "个信道。未发送任何数据。请在编程软件中打开该文件，设置信道数并保存。"};
+constexpr TextPair TraceInTheWay{"{}: the trace would overwrite the image or the port.",
+                                 "{}：跟踪文件会覆盖映像文件或串口。"};
+constexpr TextPair TraceFailed{"{}: the trace cannot be written: {}", "{}：无法写入跟踪文件：{}"};
+constexpr TextPair TraceBroken{"{}: the trace is not complete: {}", "{}：跟踪文件不完整：{}"};
+
+/// The preferences of somebody who never started the program.
+class NoPreferences : public PreferenceStore {
+public:
+    std::string GetKeyValue(std::string_view) const override { return {}; }
+    bool UpdateKey(std::string_view, std::string_view) override { return false; }
+};
+
+/// An image with another count shows 16 channels and is written with 16 in the window, where the user sees it
+/// first. Here nobody looks: most likely it is an erased memory or no image at all.
+bool HasChannelCount(const MemoryImage &image) {
+    return image[Address::ChannelCount] <= MaxChannels;
+}
+
+/// Whether both paths lead to the same file, which need not be there yet.
+bool AreSame(const std::string &one, const std::string &other) {
+    std::error_code error;
+    if (fs::equivalent(one, other, error) && !error)
+        return true;
+    const fs::path first = fs::weakly_canonical(fs::absolute(one, error), error);
+    return !error && first == fs::weakly_canonical(fs::absolute(other, error), error);
+}
+
+} // namespace
+
+RadioRun::RadioRun(std::string command, const CommandArguments &arguments, const Console &console)
+    : arguments_(arguments), console_(console),
+      port_(ChoosePort(arguments.port)), report_{.command = std::move(command), .port = port_.name} {
+}
+
+void RadioRun::Say(const TextPair &pair, std::initializer_list<std::string_view> parts) {
+    report_.sentences.push_back(console_.Phrase(pair, parts));
+}
+
+bool RadioRun::Fail(ExitCode code, std::string sentence) {
+    report_.code = code;
+    report_.sentences.push_back(std::move(sentence));
+    return false;
+}
+
+bool RadioRun::LoadImage(const std::string &path, AppState &state) {
+    if (auto failure = LoadImageFile(path, state.image, UsedLanguage()))
+        return Fail(ExitFile, *std::move(failure));
+    if (!HasChannelCount(state.image))
+        return Fail(ExitFile,
+                    console_.Phrase(WrongCount, {path, std::to_string(state.image[Address::ChannelCount]),
+                                                 std::to_string(MaxChannels)}));
+    TakeGridRowsFromImage(state);
+    PrepareForWrite(state.image);
+    return true;
+}
+
+bool RadioRun::OpenTrace(const std::string &image) {
+    const std::string &path = arguments_.trace;
+    if (path.empty())
+        return true;
+    if (IsImageOrPort(path, image))
+        return Fail(ExitFile, console_.Phrase(TraceInTheWay, {path}));
+    if (const auto failure = trace_.Open(path))
+        return Fail(ExitFile, console_.Phrase(TraceFailed, {path, *failure}));
+    return true;
+}
+
+bool RadioRun::IsImageOrPort(const std::string &trace, const std::string &image) const {
+    bool same = AreSame(trace, image);
+    for (const ComPort &port : port_.table())
+        same = same || AreSame(trace, port.device);
+    return same;
+}
+
+AppState RadioRun::NewState() const {
+    AppState state;
+    StartState(state, NoPreferences(), "");
+    state.language = UsedLanguage();
+    return state;
+}
+
+CloneReport RadioRun::RunSession(AppState &state, const CloneTask &task) {
+    return RunClone(state, task, {port_, interrupts_, trace_, console_});
+}
+
+bool RadioRun::TakeEnd(const CloneReport &session) {
+    switch (session.end) {
+    case End::OpenFailed:
+        return Fail(ExitPort, PortFailureText(session.failure, UsedLanguage()));
+    case End::NoAnswer:
+        return Fail(ExitRadio, console_.Phrase(NoAnswer, {port_.name}));
+    case End::Broken:
+        return Fail(ExitRadio, console_.Phrase(Broken, {port_.name}));
+    case End::Interrupted:
+        return Fail(ExitInterrupted, console_.Phrase(Interrupted));
+    case End::Completed:
+        break;
+    }
+    report_.missingLines = session.missingLines;
+    if (!session.missingLines.empty())
+        return Fail(ExitRadio, MissingLinesText(session.missingLines, UsedLanguage()));
+    return true;
+}
+
+ExitCode RadioRun::Finish() {
+    if (const auto &failure = trace_.Failure(); failure && !arguments_.trace.empty()) {
+        Say(TraceBroken, {arguments_.trace, *failure});
+        if (report_.code == ExitDone)
+            report_.code = ExitFile;
+    }
+    return TellReport(report_, arguments_.json, console_);
+}
+
+} // namespace k470

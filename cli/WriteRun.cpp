@@ -1,0 +1,185 @@
+#include "cli/WriteRun.h"
+
+#include "cli/Backup.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace k470 {
+
+namespace {
+
+constexpr CloneTask BackupTask{CloneMode::Read, "read before writing", {"Backup - ", "备份 - "}};
+constexpr CloneTask WriteTask{CloneMode::Write, "write", {"Writing - ", "写入 - "}};
+constexpr CloneTask ReadBackTask{CloneMode::Read, "read back", {"Verifying - ", "校验 - "}};
+constexpr CloneTask VerifyTask{CloneMode::Read, "verify", {}};
+
+constexpr TextPair RadioLeft{"Nothing was written to the radio.", "没有向对讲机写入任何数据。"};
+constexpr TextPair BackupIsOptional{"To write without keeping the radio's old image: --no-backup",
+                                    "若不保留对讲机中的旧映像而直接写入，请使用 --no-backup"};
+constexpr TextPair BackupKept{"The radio's old image is kept in {}", "对讲机中的旧映像保存在 {}"};
+constexpr TextPair Mixture{"The radio may now hold a mixture of old and new data.",
+                           "对讲机中可能混有新旧数据。"};
+constexpr TextPair WriteAgain{"Write it again before you use it.", "使用前请重新写入。"};
+constexpr TextPair Restore{"Its old image is kept in {}. To restore it: k470-cli write --port {} {}",
+                           "旧映像保存在 {}。恢复方法：k470-cli write --port {} {}"};
+
+constexpr TextPair WriteDone{"Writing completed!", "成功写完！"};
+constexpr TextPair Verified{"Verified: the radio holds what was written.",
+                            "已校验：对讲机中的数据与写入的一致。"};
+constexpr TextPair NotVerified{
+    "The radio has acknowledged everything that was written, but it could not be verified.",
+    "对讲机已确认写入的全部数据，但未能校验。"};
+constexpr TextPair VerifyFailed{"Verify failed: the radio does not hold what was written.",
+                                "校验失败：对讲机中的数据与写入的不一致。"};
+constexpr TextPair HoldsFile{"The radio holds the image of {}.", "对讲机中的数据与 {} 一致。"};
+constexpr TextPair HoldsOther{"The radio does not hold the image of {}.", "对讲机中的数据与 {} 不一致。"};
+
+/// An argument as a shell takes it.
+std::string ForShell(const std::string &argument) {
+    constexpr std::string_view Plain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+=:,@";
+    if (argument.find_first_not_of(Plain) == std::string::npos)
+        return argument;
+    std::string quoted = "'";
+    for (const char c : argument)
+        quoted += c == '\'' ? "'\\''" : std::string(1, c);
+    return quoted + "'";
+}
+
+/// Says how to get the old image back.
+void SayRestore(RadioRun &run) {
+    const std::string &backup = *run.Report().backup;
+    run.Say(Restore, {backup, ForShell(run.Port().name), ForShell(backup)});
+}
+
+/// Says what to do with a radio that holds neither image.
+void SayWayOut(RadioRun &run) {
+    run.Report().mayHoldMixture = true;
+    run.Say(Mixture);
+    if (run.Report().backup->empty())
+        run.Say(WriteAgain);
+    else
+        SayRestore(run);
+}
+
+/// @return false: what comes before a write has failed
+bool LeaveRadio(RadioRun &run) {
+    run.Say(RadioLeft);
+    if (run.Report().code == ExitRadio || run.Report().code == ExitFile)
+        run.Say(BackupIsOptional);
+    return false;
+}
+
+bool KeepOldImage(RadioRun &run, const std::string &folder) {
+    AppState old = run.NewState();
+    if (!run.TakeEnd(run.RunSession(old, BackupTask)))
+        return LeaveRadio(run);
+    std::string path;
+    if (auto failure = KeepBackup(folder, run.Port(), old.image, path, run.UsedLanguage())) {
+        run.Fail(ExitFile, *std::move(failure));
+        return LeaveRadio(run);
+    }
+    run.Report().backup = path;
+    if (!run.Arguments().json)
+        run.Terminal().PrintSuccess(run.Terminal().Phrase(BackupKept, {path}));
+    return true;
+}
+
+bool Write(RadioRun &run, AppState &state) {
+    const CloneReport session = run.RunSession(state, WriteTask);
+    if (run.TakeEnd(session))
+        return true;
+    if (session.lineSent)
+        SayWayOut(run);
+    else
+        run.Say(RadioLeft);
+    return false;
+}
+
+/// What differs in lines that have arrived.
+std::vector<LineDifference> Compare(const MemoryImage &sent, const MemoryImage &found,
+                                    const std::vector<int> &missing) {
+    std::vector<LineDifference> differences = CompareWritten(sent, found);
+    std::erase_if(differences, [&missing](const LineDifference &difference) {
+        return std::find(missing.begin(), missing.end(), difference.line) != missing.end();
+    });
+    return differences;
+}
+
+/// Reads the radio and compares. Lines that did not arrive leave it open whether the radio holds the image,
+/// unless another one shows that it does not.
+/// @return whether it holds the image
+bool CompareRadio(RadioRun &run, const MemoryImage &sent, const CloneTask &task, const std::string &differs) {
+    AppState state = run.NewState();
+    state.image = UnlikeImage(sent);
+    const CloneReport session = run.RunSession(state, task);
+    const bool read = run.TakeEnd(session);
+    if (session.end != CloneReport::End::Completed)
+        return false;
+    const auto differences = Compare(sent, state.image, session.missingLines);
+    run.Report().differences = differences;
+    if (differences.empty())
+        return read;
+    run.Fail(ExitVerify, differs);
+    for (std::string &sentence : DifferenceSentences(differences, run.Terminal()))
+        run.Fail(ExitVerify, std::move(sentence));
+    return false;
+}
+
+bool ReadBack(RadioRun &run, const MemoryImage &sent) {
+    if (CompareRadio(run, sent, ReadBackTask, run.Terminal().Phrase(VerifyFailed)))
+        return true;
+    RadioReport &report = run.Report();
+    if (report.code == ExitVerify) {
+        SayWayOut(run);
+        return false;
+    }
+    // Whatever kept the read from its end, a port that is gone included: the radio was written.
+    if (report.code != ExitInterrupted)
+        report.code = ExitRadio;
+    run.Say(NotVerified);
+    if (!report.backup->empty())
+        SayRestore(run);
+    return false;
+}
+
+} // namespace
+
+bool WriteFileToRadio(RadioRun &run) {
+    const CommandArguments &arguments = run.Arguments();
+    run.Report().backup = "";
+    run.Report().mayHoldMixture = false;
+    AppState state = run.NewState();
+    if (!run.LoadImage(arguments.input, state))
+        return false;
+    std::string folder;
+    if (!arguments.noBackup) {
+        if (auto failure = MakeBackupFolder(folder, run.UsedLanguage())) {
+            run.Fail(ExitFile, *std::move(failure));
+            return LeaveRadio(run);
+        }
+    }
+    if (!run.OpenTrace(arguments.input) || (!arguments.noBackup && !KeepOldImage(run, folder)))
+        return false;
+    if (!Write(run, state) || (!arguments.noVerify && !ReadBack(run, state.image)))
+        return false;
+    run.Say(WriteDone);
+    if (!arguments.noVerify)
+        run.Say(Verified);
+    return true;
+}
+
+bool VerifyFile(RadioRun &run) {
+    const std::string &input = run.Arguments().input;
+    AppState state = run.NewState();
+    if (!run.LoadImage(input, state) || !run.OpenTrace(input) ||
+        !CompareRadio(run, state.image, VerifyTask, run.Terminal().Phrase(HoldsOther, {input})))
+        return false;
+    run.Say(HoldsFile, {input});
+    return true;
+}
+
+} // namespace k470
