@@ -204,6 +204,7 @@ int main(int argc, char **argv) {
                  "k470-sim");
     Options options;
     DescribeOptions(app, options);
+    app.set_version_flag("--version", K470_VERSION);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
