@@ -32,7 +32,7 @@ inline constexpr std::array<ExitMeaning, 8> ExitMeanings{{
     {ExitPort, "port: not there, not permitted, in use, or no serial port"},
     {ExitRadio, "radio: no answer, wrong answers, or lines missing from a read"},
     {ExitVerify, "verify failed: the radio does not hold what it should"},
-    {ExitInterrupted, "interrupted by Ctrl+C or another ending signal"},
+    {ExitInterrupted, "interrupted by Ctrl+C, a request to end or a hang-up of the terminal"},
 }};
 
 /// What the arguments say. Each command uses those that it asks for.
@@ -42,7 +42,7 @@ struct CommandArguments {
     std::string output;
     std::string other; ///< the second of two inputs
     std::string band;  ///< "LOW-HIGH" in MHz
-    int channels = 0;
+    std::string channels;
     std::string trace; ///< file that records the frames; "" for none
     bool noBackup = false;
     bool noVerify = false;

@@ -3,6 +3,8 @@
 #include "cli/DifferenceTable.h"
 #include "cli/ImageFiles.h"
 #include "cli/ImageJson.h"
+#include "cli/JsonText.h"
+#include "core/ImageChecks.h"
 #include "files/WholeFile.h"
 
 #include <QString>
@@ -24,6 +26,9 @@ constexpr TextPair SystemWords{"{}: {}", "{}：{}"};
 constexpr TextPair NotTaken{"{}: nothing taken over, the file is as it was",
                             "{}：未作任何更改，文件保持原样"};
 constexpr TextPair Taken{"Channels taken over: {}", "已导入信道数：{}"};
+constexpr TextPair NotSent{"{}: {} programmed channels are beyond the channel count {}; no write sends them",
+                           "{}：有 {} 个已编程信道超出信道数 {}，写频时不会发送"};
+constexpr TextPair ImageInTheWay{"{}: the export would overwrite the image", "{}：导出会覆盖映像文件"};
 
 /// A form of exchange files.
 struct ExchangeForm {
@@ -38,14 +43,12 @@ constexpr std::array<ExchangeForm, 2> Forms{{
     {".csv", &FieldColumn::header, FieldsAsCsv, FieldsFromCsv},
 }};
 
-const ExchangeForm *FormOf(const std::string &path, const Console &console) {
+const ExchangeForm *FormOf(const std::string &path) {
     const QString name = QString::fromStdString(path);
-    for (const ExchangeForm &form : Forms) {
-        if (name.endsWith(QString::fromUtf8(form.ending.data()), Qt::CaseInsensitive))
-            return &form;
-    }
-    console.PrintError(console.Phrase(WrongEnding, {path}));
-    return nullptr;
+    const auto form = std::find_if(Forms.begin(), Forms.end(), [&name](const ExchangeForm &each) {
+        return name.endsWith(QString::fromUtf8(each.ending.data()), Qt::CaseInsensitive);
+    });
+    return form == Forms.end() ? nullptr : form;
 }
 
 /// A text of a file as a terminal may show it.
@@ -72,19 +75,17 @@ std::string ProblemText(const FieldProblem &problem, Language language) {
     return text + (text.empty() ? "" : separator) + Phrase(language, problem.reason, {problem.detail});
 }
 
-/// @return whether the file was read; else an error is printed
-bool ReadText(const std::string &path, std::string &text, const Console &console) {
+/// @return why the file was not read, or nothing
+std::optional<std::string> ReadText(const std::string &path, std::string &text, const Console &console) {
     std::vector<std::uint8_t> bytes;
-    const FileFailure failure = ReadWholeFile(path, LargestFile, bytes);
-    if (failure)
-        console.PrintError(console.Phrase(SystemWords, {path, *failure}));
-    else if (bytes.size() > LargestFile)
-        console.PrintError(console.Phrase(TooLarge, {path}));
-    else if (std::find(bytes.begin(), bytes.end(), 0) != bytes.end())
-        console.PrintError(console.Phrase(HasNul, {path}));
-    else
-        text.assign(bytes.begin(), bytes.end());
-    return !failure && text.size() == bytes.size();
+    if (const FileFailure failure = ReadWholeFile(path, LargestFile, bytes))
+        return console.Phrase(SystemWords, {path, *failure});
+    if (bytes.size() > LargestFile)
+        return console.Phrase(TooLarge, {path});
+    if (std::find(bytes.begin(), bytes.end(), 0) != bytes.end())
+        return console.Phrase(HasNul, {path});
+    text.assign(bytes.begin(), bytes.end());
+    return std::nullopt;
 }
 
 /// Takes all rows over into an image, or none. @return what prevents it, in the order of the file
@@ -100,20 +101,59 @@ FieldProblems TakeFields(const ReadFields &fields, const ExchangeForm &form, Mem
     return problems;
 }
 
+/// Rows that only erase a channel do not count.
 std::ptrdiff_t CountChannels(const ReadFields &fields) {
-    return std::count_if(fields.rows.begin(), fields.rows.end(),
-                         [](const FieldRow &row) { return row.table == FieldTable::Channels; });
+    return std::count_if(fields.rows.begin(), fields.rows.end(), [](const FieldRow &row) {
+        return row.table == FieldTable::Channels &&
+               (!row.cells[ColRxFreq].value_or("").empty() || !row.cells[RawColumn].value_or("").empty());
+    });
 }
 
-/// Loads both images of a comparison. @return whether that went well; else an error is printed
-bool LoadBoth(const CommandArguments &arguments, MemoryImage &first, MemoryImage &second,
-              const Console &console) {
-    std::optional<std::string> failure = LoadImageFile(arguments.input, first, console.UsedLanguage());
-    if (!failure)
-        failure = LoadImageFile(arguments.other, second, console.UsedLanguage());
-    if (failure)
-        console.PrintError(*failure);
-    return !failure;
+std::ptrdiff_t CountUnsent(const MemoryImage &image) {
+    const std::vector<ImageWarning> warnings = CheckImage(image);
+    return std::count_if(warnings.begin(), warnings.end(), [](const ImageWarning &warning) {
+        return warning.kind == ImageWarning::Kind::BeyondCount;
+    });
+}
+
+/// Tells why nothing was taken over. @return the code to end with
+ExitCode TellProblems(const FieldProblems &problems, const CommandArguments &arguments,
+                      const Console &console) {
+    const Language language = console.UsedLanguage();
+    Json rows = Json::array();
+    for (const FieldProblem &problem : problems) {
+        console.PrintError(console.Phrase(SystemWords, {arguments.input, ProblemText(problem, language)}));
+        rows.push_back({{"place", problem.place.text},
+                        {"field", problem.field},
+                        {"value", problem.value},
+                        {"message", Phrase(language, problem.reason, {problem.detail})}});
+    }
+    console.PrintError(console.Phrase(NotTaken, {arguments.output}));
+    if (arguments.json) {
+        Json document = Json::object();
+        AddOutcome(document, ExitFile);
+        document["problems"] = std::move(rows);
+        console.PrintResult(DumpJson(document));
+    }
+    return ExitFile;
+}
+
+/// Tells what was taken over, and what a radio would not get of it. @return the code to end with
+ExitCode TellTaken(const ReadFields &fields, const MemoryImage &image, const CommandArguments &arguments,
+                   const Console &console) {
+    const std::ptrdiff_t unsent = CountUnsent(image);
+    if (unsent > 0)
+        console.PrintError(console.Phrase(NotSent, {arguments.output, std::to_string(unsent),
+                                                    std::to_string(image[Address::ChannelCount])}));
+    if (!arguments.json) {
+        console.PrintSuccess(console.Phrase(Taken, {std::to_string(CountChannels(fields))}));
+        return ExitDone;
+    }
+    Json document = Json::object();
+    AddOutcome(document, ExitDone);
+    document["channels"] = CountChannels(fields);
+    document["beyondChannelCount"] = unsent;
+    return console.PrintResult(DumpJson(document)) ? ExitDone : ExitFile;
 }
 
 } // namespace
@@ -121,8 +161,11 @@ bool LoadBoth(const CommandArguments &arguments, MemoryImage &first, MemoryImage
 ExitCode RunDiff(const CommandArguments &arguments, const Console &console) {
     MemoryImage first{};
     MemoryImage second{};
-    if (!LoadBoth(arguments, first, second, console))
-        return ExitFile;
+    std::optional<std::string> failure = LoadImageFile(arguments.input, first, console.UsedLanguage());
+    if (!failure)
+        failure = LoadImageFile(arguments.other, second, console.UsedLanguage());
+    if (failure)
+        return TellFailure(ExitFile, *failure, arguments, console);
     const std::vector<ByteRun> bytes = CompareBytes(first, second);
     const Language language = arguments.json ? Language::English : console.UsedLanguage();
     const std::vector<FieldDifference> fields = CompareFields(first, second, language);
@@ -138,49 +181,39 @@ ExitCode RunDiff(const CommandArguments &arguments, const Console &console) {
 }
 
 ExitCode RunExport(const CommandArguments &arguments, const Console &console) {
-    const ExchangeForm *const form = FormOf(arguments.output, console);
+    const ExchangeForm *const form = FormOf(arguments.output);
     if (form == nullptr)
-        return ExitUsage;
+        return TellFailure(ExitUsage, console.Phrase(WrongEnding, {arguments.output}), arguments, console);
     MemoryImage image{};
-    if (const auto failure = LoadImageFile(arguments.input, image, console.UsedLanguage())) {
-        console.PrintError(*failure);
-        return ExitFile;
-    }
+    if (const auto failure = LoadImageFile(arguments.input, image, console.UsedLanguage()))
+        return TellFailure(ExitFile, *failure, arguments, console);
+    if (IsSameFile(arguments.input, arguments.output))
+        return TellFailure(ExitFile, console.Phrase(ImageInTheWay, {arguments.output}), arguments, console);
     const std::string text = form->write(ReadImageFields(image, Language::English));
     const std::vector<std::uint8_t> bytes(text.begin(), text.end());
-    if (const FileFailure failure = ReplaceFile(arguments.output, bytes)) {
-        console.PrintError(console.Phrase(SystemWords, {arguments.output, *failure}));
-        return ExitFile;
-    }
+    if (const FileFailure failure = ReplaceFile(arguments.output, bytes))
+        return TellFailure(ExitFile, console.Phrase(SystemWords, {arguments.output, *failure}), arguments,
+                           console);
     return ExitDone;
 }
 
 ExitCode RunImport(const CommandArguments &arguments, const Console &console) {
-    const ExchangeForm *const form = FormOf(arguments.input, console);
+    const ExchangeForm *const form = FormOf(arguments.input);
     if (form == nullptr)
-        return ExitUsage;
+        return TellFailure(ExitUsage, console.Phrase(WrongEnding, {arguments.input}), arguments, console);
     MemoryImage image{};
-    if (const auto failure = LoadImageFile(arguments.output, image, console.UsedLanguage())) {
-        console.PrintError(*failure);
-        return ExitFile;
-    }
     std::string text;
-    if (!ReadText(arguments.input, text, console))
-        return ExitFile;
+    std::optional<std::string> failure = LoadImageFile(arguments.output, image, console.UsedLanguage());
+    if (!failure)
+        failure = ReadText(arguments.input, text, console);
+    if (failure)
+        return TellFailure(ExitFile, *failure, arguments, console);
     const ReadFields fields = form->read(text, console.UsedLanguage());
-    if (const FieldProblems problems = TakeFields(fields, *form, image); !problems.empty()) {
-        for (const FieldProblem &problem : problems)
-            console.PrintError(
-                console.Phrase(SystemWords, {arguments.input, ProblemText(problem, console.UsedLanguage())}));
-        console.PrintError(console.Phrase(NotTaken, {arguments.output}));
-        return ExitFile;
-    }
-    if (const auto failure = SaveImageFile(arguments.output, image, console.UsedLanguage())) {
-        console.PrintError(*failure);
-        return ExitFile;
-    }
-    console.PrintSuccess(console.Phrase(Taken, {std::to_string(CountChannels(fields))}));
-    return ExitDone;
+    if (const FieldProblems problems = TakeFields(fields, *form, image); !problems.empty())
+        return TellProblems(problems, arguments, console);
+    if ((failure = SaveImageFile(arguments.output, image, console.UsedLanguage())))
+        return TellFailure(ExitFile, *failure, arguments, console);
+    return TellTaken(fields, image, arguments, console);
 }
 
 } // namespace k470

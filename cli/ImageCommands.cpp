@@ -2,6 +2,7 @@
 
 #include "cli/ImageFiles.h"
 #include "cli/ImageJson.h"
+#include "cli/JsonText.h"
 #include "cli/Listing.h"
 
 namespace k470 {
@@ -31,10 +32,8 @@ ExitCode Convert(const CommandArguments &arguments, const Console &console) {
 
 ExitCode RunShow(const CommandArguments &arguments, const Console &console) {
     MemoryImage image{};
-    if (const auto failure = LoadImageFile(arguments.input, image, console.UsedLanguage())) {
-        console.PrintError(*failure);
-        return ExitFile;
-    }
+    if (const auto failure = LoadImageFile(arguments.input, image, console.UsedLanguage()))
+        return TellFailure(ExitFile, *failure, arguments, console);
     const std::string text = arguments.json ? FieldsAsJson(ReadImageFields(image, Language::English))
                                             : ListImage(image, console.UsedLanguage());
     return console.PrintResult(text) ? ExitDone : ExitFile;

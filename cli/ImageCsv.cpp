@@ -62,14 +62,14 @@ public:
 
     bool AtEnd() const { return rest_.empty(); }
 
-    /// The next line without the empty cells at its end. @return why not
+    /// The next line without the empty cells at its end. What follows a line that is none can still be read.
+    /// @return why it is none
     std::optional<TextPair> NextLine(CsvLine &line) {
         line = {number_, {}};
-        for (bool more = true; more;) {
+        std::optional<TextPair> reason;
+        for (bool more = true; more && !reason;) {
             std::string cell;
-            const auto reason = rest_.starts_with(Quote) ? NextQuoted(cell) : NextPlain(cell);
-            if (reason)
-                return reason;
+            reason = rest_.starts_with(Quote) ? NextQuoted(cell) : NextPlain(cell);
             if (separator_ == ';' && IsNumberWithComma(cell))
                 std::replace(cell.begin(), cell.end(), ',', '.');
             line.cells.push_back(std::move(cell));
@@ -81,7 +81,7 @@ public:
         rest_.remove_prefix(std::min(rest_.find(LineEnd), rest_.size()));
         rest_.remove_prefix(rest_.empty() ? 0 : 1);
         ++number_;
-        return std::nullopt;
+        return reason;
     }
 
 private:
@@ -110,9 +110,10 @@ private:
             number_ += rest_[at] == LineEnd ? 1 : 0;
             cell += rest_[at];
         }
-        if (at == rest_.size())
+        const bool closed = at < rest_.size();
+        rest_.remove_prefix(closed ? at + 1 : at);
+        if (!closed)
             return QuoteOpen;
-        rest_.remove_prefix(at + 1);
         cell = Trimmed(cell);
         return AtCellEnd() ? std::nullopt : std::optional(QuoteInside);
     }
@@ -129,11 +130,9 @@ public:
     ReadFields Read() {
         while (!scanner_.AtEnd()) {
             CsvLine line{};
-            if (const auto reason = scanner_.NextLine(line)) {
+            if (const auto reason = scanner_.NextLine(line))
                 Refuse(line, "", "", *reason);
-                break;
-            }
-            if (!line.cells.empty() && !TakeLine(line))
+            else if (!line.cells.empty() && !TakeLine(line))
                 break;
         }
         if (!table_ && result_.problems.empty())

@@ -96,6 +96,14 @@ std::optional<std::string> SaveImageFile(const std::string &path, const MemoryIm
     return failure ? std::optional(InSystemWords(path, *failure, language)) : std::nullopt;
 }
 
+bool IsSameFile(const std::string &one, const std::string &other) {
+    std::error_code error;
+    if (fs::equivalent(one, other, error) && !error)
+        return true;
+    const fs::path first = fs::weakly_canonical(fs::absolute(one, error), error);
+    return !error && first == fs::weakly_canonical(fs::absolute(other, error), error);
+}
+
 std::optional<std::string> CheckImageTarget(const std::string &path, Language language) {
     const FileFailure failure = CheckTarget(path);
     return failure ? std::optional(InSystemWords(path, *failure, language)) : std::nullopt;

@@ -23,6 +23,9 @@ bool IsPackedName(std::string_view path);
 [[nodiscard]] std::optional<std::string> SaveImageFile(const std::string &path, const MemoryImage &image,
                                                        Language language);
 
+/// Whether both paths lead to the same file, which need not be there yet.
+bool IsSameFile(const std::string &one, const std::string &other);
+
 /// Tells beforehand most of what would make SaveImageFile fail. Changes nothing.
 /// @return why not, or nothing
 [[nodiscard]] std::optional<std::string> CheckImageTarget(const std::string &path, Language language);

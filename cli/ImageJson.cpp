@@ -23,6 +23,7 @@ constexpr std::size_t DeepestLevel = 8;
 
 constexpr TextPair InvalidPlace{"line {}, column {}", "第 {} 行第 {} 列"};
 constexpr TextPair NoJson{"no valid JSON", "不是有效的 JSON"};
+constexpr TextPair NumberTooLarge{"the number is too large", "数字过大"};
 constexpr TextPair TooDeep{"lists and objects are nested too deeply", "嵌套层次过多"};
 constexpr TextPair ObjectNeeded{"an object is needed", "应为对象"};
 constexpr TextPair ListNeeded{"a list is needed", "应为列表"};
@@ -68,13 +69,17 @@ public:
     bool start_array(std::size_t) override { return Open(JsonNode::Kind::List); }
     bool end_array() override { return Close(); }
     bool parse_error(std::size_t position, const std::string &,
-                     const nlohmann::detail::exception &) override {
+                     const nlohmann::detail::exception &error) override {
+        constexpr int OutOfRange = 406;
         errorAt_ = position;
+        reason_ = error.id == OutOfRange ? NumberTooLarge : NoJson;
         return false;
     }
 
-    /// Where the text stops being JSON, counted from 1; nothing when it was given up for another reason.
+    /// Where the document was given up, counted from 1; nothing when that was at no particular place.
     std::optional<std::size_t> ErrorAt() const { return errorAt_; }
+    /// Why it was.
+    const TextPair &Reason() const { return reason_; }
 
 private:
     JsonNode &Add(JsonNode node) {
@@ -103,6 +108,7 @@ private:
     std::vector<JsonNode *> open_; ///< only the last one gets children, so that the others stay in place
     std::string name_;
     std::optional<std::size_t> errorAt_;
+    TextPair reason_ = TooDeep;
 };
 
 /// Takes the rows out of a document.
@@ -284,7 +290,7 @@ ReadFields FieldsFromJson(std::string_view text, Language language) {
     const auto position = builder.ErrorAt();
     const FieldPlace place = position ? PlaceInText(text, *position, language) : FieldPlace();
     ReadFields nothing;
-    nothing.problems.push_back({place, "", "", position ? NoJson : TooDeep});
+    nothing.problems.push_back({place, "", "", builder.Reason()});
     return nothing;
 }
 

@@ -18,6 +18,9 @@ InterruptWatch::InterruptWatch() {
     struct sigaction action {};
     action.sa_handler = TakeSignal;
     action.sa_flags = SA_RESTART;
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    ::sigaction(SIGPIPE, &ignore, &pipeBefore_);
     for (std::size_t i = 0; i < Signals.size(); ++i) {
         ::sigaction(Signals[i], nullptr, &before_[i]);
         // A program started by nohup outlives its terminal. Ctrl+C is heard in any case: shells make their
@@ -28,6 +31,7 @@ InterruptWatch::InterruptWatch() {
 }
 
 InterruptWatch::~InterruptWatch() {
+    ::sigaction(SIGPIPE, &pipeBefore_, nullptr);
     for (std::size_t i = 0; i < Signals.size(); ++i)
         ::sigaction(Signals[i], &before_[i], nullptr);
 }

@@ -6,7 +6,8 @@
 namespace k470 {
 
 /// While one of these lives, Ctrl+C and the other ending signals end nothing by themselves: they are kept
-/// until somebody asks. One at a time.
+/// until somebody asks. Nor does output that nobody
+/// reads any more end the program. One at a time.
 class InterruptWatch {
 public:
     InterruptWatch();
@@ -21,6 +22,7 @@ private:
     static constexpr std::array<int, 3> Signals{SIGINT, SIGTERM, SIGHUP};
 
     std::array<struct sigaction, Signals.size()> before_{};
+    struct sigaction pipeBefore_ {};
 };
 
 } // namespace k470

@@ -6,6 +6,7 @@
 #include "core/AppState.h"
 #include "core/Bands.h"
 #include "core/Channels.h"
+#include "core/FieldTexts.h"
 #include "core/ImageChecks.h"
 #include "core/NumberText.h"
 
@@ -73,15 +74,16 @@ ExitCode RunNew(const CommandArguments &arguments, const Console &console) {
         console.PrintError(console.Phrase(BadBand, {arguments.band}));
         return ExitUsage;
     }
-    if (arguments.channels < 1 || arguments.channels > MaxChannels) {
-        console.PrintError(console.Phrase(BadCount, {std::to_string(arguments.channels)}));
+    const int channels = ParseDecimal(arguments.channels, 0).value_or(0);
+    if (channels < 1 || channels > MaxChannels) {
+        console.PrintError(console.Phrase(BadCount, {arguments.channels}));
         return ExitUsage;
     }
     AppState state;
     state.bandLow = band->low;
     state.bandHigh = band->high;
     StoreBandLimits(state);
-    state.image[Address::ChannelCount] = static_cast<std::uint8_t>(arguments.channels);
+    state.image[Address::ChannelCount] = static_cast<std::uint8_t>(channels);
     NewImage(state);
     if (const auto failure = SaveImageFile(arguments.output, state.image, console.UsedLanguage())) {
         console.PrintError(*failure);
@@ -93,10 +95,8 @@ ExitCode RunNew(const CommandArguments &arguments, const Console &console) {
 ExitCode RunCheck(const CommandArguments &arguments, const Console &console) {
     const Language language = console.UsedLanguage();
     MemoryImage image{};
-    if (const auto failure = LoadImageFile(arguments.input, image, language)) {
-        console.PrintError(*failure);
-        return ExitFile;
-    }
+    if (const auto failure = LoadImageFile(arguments.input, image, language))
+        return TellFailure(ExitFile, *failure, arguments, console);
     const std::vector<ImageWarning> warnings = CheckImage(image);
     const std::string text =
         arguments.json ? DumpJson(WarningsAsJson(warnings, language)) : WarningsAsText(warnings, language);

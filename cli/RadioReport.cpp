@@ -20,26 +20,6 @@ constexpr TextPair LeftOut{"{}, address {}: {} expected, but the radio leaves th
                            "{}，地址 {}：应为 {}，但对讲机没有此行。"};
 constexpr TextPair More{"{} more lines differ.", "另有 {} 行不同。"};
 
-struct ResultName {
-    ExitCode code;
-    const char *name;
-};
-
-constexpr std::array<ResultName, 6> ResultNames{{
-    {ExitDone, "done"},
-    {ExitFile, "fileFailed"},
-    {ExitPort, "portFailed"},
-    {ExitRadio, "radioFailed"},
-    {ExitVerify, "differs"},
-    {ExitInterrupted, "interrupted"},
-}};
-
-const char *NameOfResult(ExitCode code) {
-    const auto row = std::find_if(ResultNames.begin(), ResultNames.end() - 1,
-                                  [code](const ResultName &name) { return name.code == code; });
-    return row->name;
-}
-
 std::string HexAddress(std::size_t address) {
     std::array<char, 8> text{};
     std::snprintf(text.data(), text.size(), "%04X", static_cast<unsigned>(address & 0xFFFF));
@@ -74,18 +54,14 @@ std::string Join(const std::vector<std::string> &sentences) {
 }
 
 Json JsonOf(const RadioReport &report) {
-    Json json{{"command", report.command},
-              {"port", report.port},
-              {"result", NameOfResult(report.code)},
-              {"exitCode", static_cast<int>(report.code)}};
+    Json json{{"command", report.command}, {"port", report.port}};
+    AddOutcome(json, report.code);
     if (report.backup)
         json["backup"] = report.backup->empty() ? Json() : Json(*report.backup);
     if (report.mayHoldMixture)
         json["radioMayHoldMixture"] = *report.mayHoldMixture;
-    if (report.differences)
-        json["differences"] = JsonOf(*report.differences);
-    if (report.missingLines)
-        json["missingLines"] = *report.missingLines;
+    json["differences"] = report.differences ? JsonOf(*report.differences) : Json();
+    json["missingLines"] = report.missingLines ? Json(*report.missingLines) : Json();
     json["message"] = Join(report.sentences);
     return json;
 }

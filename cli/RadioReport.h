@@ -22,6 +22,7 @@ struct RadioReport {
     std::optional<std::vector<LineDifference>> differences{};
     std::optional<bool> mayHoldMixture{}; ///< of a write: neither the old nor the new image is certain
     std::optional<std::string> backup{};  ///< of a write: the file; "" for none
+    bool backupHasCount = true;           ///< whether the backup can be written as it is
 };
 
 /// "Channel 3 (line 2), address 0020: ..." and so on, a sentence a line; of many the first few.

@@ -4,15 +4,12 @@
 #include "core/Preferences.h"
 #include "link/CloneSession.h"
 
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace k470 {
 
 namespace {
 
-namespace fs = std::filesystem;
 using End = CloneReport::End;
 
 constexpr TextPair NoAnswer{
@@ -25,9 +22,9 @@ constexpr TextPair Broken{"The connection to the radio on {} broke in the middle
 constexpr TextPair Interrupted{"Interrupted.", "已中断。"};
 
 constexpr TextPair WrongCount{
-    "{}: the channel count in it is {}, a radio has {} at most. Nothing was sent. Open the file in the "
+    "{}: the channel count in it is {}, a radio has 1 to {}. Nothing was sent. Open the file in the "
     "program, set the channel count and save it.",
-    "{}：其中的信道数为 {}，对讲机最多 {} "
+    "{}：其中的信道数为 {}，对讲机有 1 至 {} "
     "个信道。未发送任何数据。请在编程软件中打开该文件，设置信道数并保存。"};
 constexpr TextPair TraceInTheWay{"{}: the trace would overwrite the image or the port.",
                                  "{}：跟踪文件会覆盖映像文件或串口。"};
@@ -41,22 +38,12 @@ public:
     bool UpdateKey(std::string_view, std::string_view) override { return false; }
 };
 
-/// An image with another count shows 16 channels and is written with 16 in the window, where the user sees it
-/// first. Here nobody looks: most likely it is an erased memory or no image at all.
-bool HasChannelCount(const MemoryImage &image) {
-    return image[Address::ChannelCount] <= MaxChannels;
-}
-
-/// Whether both paths lead to the same file, which need not be there yet.
-bool AreSame(const std::string &one, const std::string &other) {
-    std::error_code error;
-    if (fs::equivalent(one, other, error) && !error)
-        return true;
-    const fs::path first = fs::weakly_canonical(fs::absolute(one, error), error);
-    return !error && first == fs::weakly_canonical(fs::absolute(other, error), error);
-}
-
 } // namespace
+
+bool HasChannelCount(const MemoryImage &image) {
+    const int count = image[Address::ChannelCount];
+    return count >= 1 && count <= MaxChannels;
+}
 
 RadioRun::RadioRun(std::string command, const CommandArguments &arguments, const Console &console)
     : arguments_(arguments), console_(console),
@@ -93,13 +80,14 @@ bool RadioRun::OpenTrace(const std::string &image) {
         return Fail(ExitFile, console_.Phrase(TraceInTheWay, {path}));
     if (const auto failure = trace_.Open(path))
         return Fail(ExitFile, console_.Phrase(TraceFailed, {path, *failure}));
+    traced_ = true;
     return true;
 }
 
 bool RadioRun::IsImageOrPort(const std::string &trace, const std::string &image) const {
-    bool same = AreSame(trace, image);
+    bool same = IsSameFile(trace, image);
     for (const ComPort &port : port_.table())
-        same = same || AreSame(trace, port.device);
+        same = same || IsSameFile(trace, port.device);
     return same;
 }
 
@@ -134,7 +122,7 @@ bool RadioRun::TakeEnd(const CloneReport &session) {
 }
 
 ExitCode RadioRun::Finish() {
-    if (const auto &failure = trace_.Failure(); failure && !arguments_.trace.empty()) {
+    if (const auto &failure = trace_.Failure(); failure && traced_) {
         Say(TraceBroken, {arguments_.trace, *failure});
         if (report_.code == ExitDone)
             report_.code = ExitFile;

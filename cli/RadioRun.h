@@ -9,6 +9,11 @@
 
 namespace k470 {
 
+/// Whether the image says how many channels it has. One with another count shows 16 channels in the window,
+/// where the user sees them before they are written. Here nobody looks: most likely it is an erased memory or
+/// no image at all.
+bool HasChannelCount(const MemoryImage &image);
+
 /// What the commands that talk to a radio have in common: the port, the trace, the signals and the report.
 /// From the first failure on its steps must not be gone on with.
 class RadioRun {
@@ -26,7 +31,7 @@ public:
     /// @return false
     bool Fail(ExitCode code, std::string sentence);
 
-    /// The image of a file, ready to be sent: nothing but a file with a channel count is.
+    /// The image of a file, ready to be sent: nothing but an image with a channel count is.
     bool LoadImage(const std::string &path, AppState &state);
     /// Begins the trace when the arguments ask for one. @param image file that the command uses
     bool OpenTrace(const std::string &image);
@@ -48,6 +53,7 @@ private:
     PortChoice port_;
     InterruptWatch interrupts_;
     TraceFile trace_;
+    bool traced_ = false;
     RadioReport report_;
 };
 

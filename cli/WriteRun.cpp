@@ -37,6 +37,11 @@ constexpr TextPair VerifyFailed{"Verify failed: the radio does not hold what was
 constexpr TextPair HoldsFile{"The radio holds the image of {}.", "对讲机中的数据与 {} 一致。"};
 constexpr TextPair HoldsOther{"The radio does not hold the image of {}.", "对讲机中的数据与 {} 不一致。"};
 
+constexpr TextPair RestoreByHand{
+    "Its old image is kept in {}, with a channel count that no radio has. To restore it, open it in the "
+    "program, set the channel count and write it from there.",
+    "旧映像保存在 {}，但其中的信道数无效。要恢复，请在编程软件中打开，设置信道数后写入。"};
+
 /// An argument as a shell takes it.
 std::string ForShell(const std::string &argument) {
     constexpr std::string_view Plain =
@@ -52,7 +57,10 @@ std::string ForShell(const std::string &argument) {
 /// Says how to get the old image back.
 void SayRestore(RadioRun &run) {
     const std::string &backup = *run.Report().backup;
-    run.Say(Restore, {backup, ForShell(run.Port().name), ForShell(backup)});
+    if (run.Report().backupHasCount)
+        run.Say(Restore, {backup, ForShell(run.Port().name), ForShell(backup)});
+    else
+        run.Say(RestoreByHand, {backup});
 }
 
 /// Says what to do with a radio that holds neither image.
@@ -83,6 +91,7 @@ bool KeepOldImage(RadioRun &run, const std::string &folder) {
         return LeaveRadio(run);
     }
     run.Report().backup = path;
+    run.Report().backupHasCount = HasChannelCount(old.image);
     if (!run.Arguments().json)
         run.Terminal().PrintSuccess(run.Terminal().Phrase(BackupKept, {path}));
     return true;

@@ -17,7 +17,7 @@ using namespace k470;
 
 struct ArgumentShape {
     const char *name; ///< an option when it begins with dashes
-    std::variant<std::string CommandArguments::*, int CommandArguments::*, bool CommandArguments::*> value;
+    std::variant<std::string CommandArguments::*, bool CommandArguments::*> value;
     const char *type; ///< of what follows; "" for a flag
     const char *help;
     bool required = true;
@@ -37,7 +37,8 @@ const ArgumentShape InputArgument{"IN", &CommandArguments::input, "FILE", "Image
 const ArgumentShape OutputArgument{"OUT", &CommandArguments::output, "FILE",
                                    "Image file to write; an existing one is replaced"};
 const ArgumentShape TraceArgument{"--trace", &CommandArguments::trace, "FILE",
-                                  "Record every frame with its time in a file", false};
+                                  "Record every frame with its time in a file; an existing one is replaced",
+                                  false};
 const ArgumentShape NoBackupArgument{"--no-backup", &CommandArguments::noBackup, "",
                                      "Do not read the radio and keep its image first", false};
 const ArgumentShape NoVerifyArgument{"--no-verify", &CommandArguments::noVerify, "",
@@ -80,7 +81,8 @@ const std::vector<CommandShape> Commands{
      "Take channels, settings, band and tuning from JSON or CSV into a file",
      RunImport,
      {{"DATA", &CommandArguments::input, "FILE", "File to take them from, ending in .json or .csv"},
-      {"FILE", &CommandArguments::output, "FILE", "Image file to change"}}},
+      {"FILE", &CommandArguments::output, "FILE", "Image file to change"},
+      JsonArgument}},
     {"pack", "Pack a raw image into a .tw file", RunPack, {InputArgument, OutputArgument}},
     {"unpack", "Unpack a .tw file into a raw image", RunUnpack, {InputArgument, OutputArgument}},
 };
@@ -106,10 +108,6 @@ void AddArgument(CLI::App &command, const ArgumentShape &shape, std::string &val
         ->type_name(shape.type)
         ->required(shape.required)
         ->check(notEmpty);
-}
-
-void AddArgument(CLI::App &command, const ArgumentShape &shape, int &value) {
-    command.add_option(shape.name, value, shape.help)->type_name(shape.type)->required(shape.required);
 }
 
 void AddArgument(CLI::App &command, const ArgumentShape &shape, bool &value) {

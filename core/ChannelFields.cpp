@@ -249,10 +249,6 @@ std::string RawChannelText(const MemoryImage &image, int ch) {
     return text;
 }
 
-bool IsBlankChannel(const MemoryImage &image, int ch) {
-    return IsSameChannel(image, ErasedImage(), ch);
-}
-
 void CopyChannelField(const MemoryImage &from, MemoryImage &to, int ch, std::size_t column) {
     for (const FieldBytes &field : ChannelBytes) {
         if (field.column != column)

@@ -28,9 +28,6 @@ CellProblems ApplyChannelCells(MemoryImage &image, int ch, const FieldCells &cel
 /// map and the one of the scan skip map.
 std::string RawChannelText(const MemoryImage &image, int ch);
 
-/// Whether the channel is as erasing leaves it.
-bool IsBlankChannel(const MemoryImage &image, int ch);
-
 /// Copies the bytes of a column from a channel to the same one of another image.
 void CopyChannelField(const MemoryImage &from, MemoryImage &to, int ch, std::size_t column);
 

@@ -4,6 +4,7 @@
 #include "core/Bands.h"
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
+#include "core/FrameLog.h"
 #include "core/NumberText.h"
 #include "core/Settings.h"
 #include "core/Tones.h"
@@ -46,17 +47,6 @@ constexpr std::array<FieldShape, 17> FieldShapes{{
 constexpr std::size_t FirstSettingField = 7; // in the order of Setting
 static_assert(FirstSettingField + std::tuple_size_v<decltype(SettingShapes)> == FieldShapes.size());
 
-std::string HexBytes(std::span<const std::uint8_t> bytes) {
-    constexpr std::string_view Digits = "0123456789ABCDEF";
-    std::string text;
-    for (const std::uint8_t byte : bytes) {
-        text += text.empty() ? "" : " ";
-        text += Digits[byte >> 4];
-        text += Digits[byte & 0x0F];
-    }
-    return text;
-}
-
 /// The image under the check and what it has found.
 struct Findings {
     const MemoryImage &image;
@@ -90,7 +80,7 @@ void CheckBand(Findings &findings) {
     const auto [low, high] = findings.band;
     if (!IsPackedDecimal(bytes) || low < LowestFrequency || high > HighestFrequency ||
         !IsSpanAllowed(findings.band))
-        findings.Warn(Kind::NoBand, ImageWarning::WholeRadio, "band", HexBytes(bytes));
+        findings.Warn(Kind::NoBand, ImageWarning::WholeRadio, "band", HexText(bytes));
 }
 
 /// A byte that its list does not offer shows an entry that gives another byte. A check box takes any.
@@ -134,7 +124,7 @@ void CheckFrequency(Findings &findings, int ch, Field which) {
             Line(findings.image, ch)
                 .subspan(which == Field::Rx ? Record::RxFreq : Record::TxFreq, Record::FreqSize);
         if (std::find(bytes.begin(), bytes.end(), NotProgrammed) == bytes.end())
-            findings.Warn(Kind::NoFrequency, ch, field, HexBytes(bytes));
+            findings.Warn(Kind::NoFrequency, ch, field, HexText(bytes));
         return;
     }
     const double megahertz = NumericPrefix(text);
@@ -150,7 +140,7 @@ void CheckTone(Findings &findings, int ch, Field which) {
         const auto bytes =
             Line(findings.image, ch).subspan(which == Field::Rx ? Record::RxTone : Record::TxTone, 2);
         findings.Warn(Kind::UnknownTone, ch, which == Field::Rx ? "receiveTone" : "transmitTone",
-                      text.empty() ? HexBytes(bytes) : text);
+                      text.empty() ? HexText(bytes) : text);
     }
 }
 
@@ -179,14 +169,21 @@ void CheckChannel(Findings &findings, int ch) {
     CheckChoices(findings, ch);
 }
 
+/// Neither the radio nor the grid has a place for it.
+void CheckUnusedChannel(Findings &findings, int ch) {
+    if (!IsMarkedEmpty(findings.image, ch) && !IsEmptyChannel(findings.image, ch))
+        findings.Warn(Kind::BeyondCount, ch, "receiveFrequency",
+                      GetFreqString(findings.image, Field::Rx, ch));
+}
+
 } // namespace
 
 std::vector<ImageWarning> CheckImage(const MemoryImage &image) {
     Findings findings{image, BandOf(image)};
     CheckBand(findings);
     CheckSettings(findings);
-    for (int ch = 0; ch < ChannelsInUse(image); ++ch)
-        CheckChannel(findings, ch);
+    for (int ch = 0; ch < MaxChannels; ++ch)
+        ch < ChannelsInUse(image) ? CheckChannel(findings, ch) : CheckUnusedChannel(findings, ch);
     return std::move(findings.warnings);
 }
 
@@ -197,7 +194,7 @@ std::string_view FieldName(const ImageWarning &warning, Language language) {
 }
 
 std::string_view WarningText(Kind kind, Language language) {
-    constexpr std::array<TextPair, 7> Texts{{
+    constexpr std::array<TextPair, 8> Texts{{
         {"outside the band", "超出频段"},
         {"on neither the 5 nor the 6.25 kHz raster", "不在 5 kHz 或 6.25 kHz 频率步进上"},
         {"no frequency", "不是有效频率"},
@@ -206,6 +203,7 @@ std::string_view WarningText(Kind kind, Language language) {
         {"channel is empty", "信道为空"},
         {"no band: 130 to 490 MHz, 1 to 100 MHz wide",
          "不是有效频段：须在 130 至 490 MHz 之间，宽度 1 至 100 MHz"},
+        {"beyond the channel count, so that no write sends it", "超出信道数，写频时不会发送"},
     }};
     return Pick(language, Texts[static_cast<std::size_t>(kind)]);
 }

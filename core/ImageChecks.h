@@ -19,6 +19,7 @@ struct ImageWarning {
         NotInList,           ///< a value that its list does not offer
         EmptyWorkingChannel, ///< the radio would start on a channel without a frequency
         NoBand,              ///< limits that no band has
+        BeyondCount,         ///< a programmed channel that no write sends
     };
     static constexpr int WholeRadio = -1;
 
@@ -29,8 +30,9 @@ struct ImageWarning {
     bool operator==(const ImageWarning &) const = default;
 };
 
-/// All warnings: the whole radio's first, then the channels in use in ascending order. When the channel count
-/// is none, every channel counts as in use. Empty channels are not looked into.
+/// All warnings: the whole radio's first, then those of the channels in ascending order. When the channel
+/// count is none, every channel counts as in use; of the others only that they are programmed is told. Empty
+/// channels are not looked into.
 std::vector<ImageWarning> CheckImage(const MemoryImage &image);
 
 /// The field of a warning in words.

@@ -95,7 +95,9 @@ std::string RatioText(std::string_view text) {
 std::optional<std::uint8_t> ParseSetting(const SettingShape &shape, const std::string &text) {
     if (const auto bytes = ParseRawText(text, 1))
         return bytes->front();
-    const std::string typed = shape.setting == Setting::BatterySave ? RatioText(text) : text;
+    std::string typed = shape.setting == Setting::BatterySave ? RatioText(text) : text;
+    if (const auto number = ParseDecimal(typed, 0)) // scripts write whole numbers as 3.0 too
+        typed = std::to_string(*number);
     const auto position = FindWord(typed, SettingTexts(shape, Language::English));
     return position ? shape.toByte(static_cast<int>(*position)) : std::nullopt;
 }
@@ -148,15 +150,6 @@ std::vector<int> Segments() {
     return segments;
 }
 
-int LastListedChannel(const MemoryImage &image) {
-    const int count = image[Address::ChannelCount];
-    for (int last = MaxChannels; last > 0; --last) {
-        if (last == count || !IsBlankChannel(image, last - 1))
-            return last;
-    }
-    return 0;
-}
-
 std::vector<FieldRow> SettingRows(const MemoryImage &image, Language language) {
     std::vector<FieldRow> rows;
     rows.reserve(SettingShapes.size());
@@ -187,10 +180,10 @@ std::vector<FieldRow> TuningRows(const MemoryImage &image) {
     return rows;
 }
 
-std::vector<FieldRow> ChannelRowsOf(const MemoryImage &image, int channels, Language language) {
+std::vector<FieldRow> ChannelRowsOf(const MemoryImage &image, Language language) {
     std::vector<FieldRow> rows;
-    rows.reserve(static_cast<std::size_t>(channels));
-    for (int ch = 0; ch < channels; ++ch)
+    rows.reserve(MaxChannels);
+    for (int ch = 0; ch < MaxChannels; ++ch)
         rows.push_back({FieldTable::Channels, ReadChannelCells(image, ch, language)});
     return rows;
 }
@@ -323,7 +316,7 @@ const SettingShape &SettingNamed(std::string_view name) {
 std::vector<FieldRow> ReadFieldTable(const MemoryImage &image, FieldTable table, Language language) {
     switch (table) {
     case FieldTable::Channels:
-        return ChannelRowsOf(image, MaxChannels, language);
+        return ChannelRowsOf(image, language);
     case FieldTable::Settings:
         return SettingRows(image, language);
     case FieldTable::Band:
@@ -335,8 +328,8 @@ std::vector<FieldRow> ReadFieldTable(const MemoryImage &image, FieldTable table,
 }
 
 std::vector<FieldRow> ReadImageFields(const MemoryImage &image, Language language) {
-    std::vector<FieldRow> rows = ChannelRowsOf(image, LastListedChannel(image), language);
-    for (const FieldTable table : {FieldTable::Settings, FieldTable::Band, FieldTable::Tuning}) {
+    std::vector<FieldRow> rows;
+    for (const FieldTable table : AllTables) {
         const std::vector<FieldRow> more = ReadFieldTable(image, table, language);
         rows.insert(rows.end(), more.begin(), more.end());
     }

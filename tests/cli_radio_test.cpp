@@ -58,21 +58,24 @@ TEST_F(CliRadioTest, WriteKeepsTheOldImageBringsTheNewOneAndLeavesTheFileAlone) 
     }
 }
 
-TEST_F(CliRadioTest, WriteSendsOnlyImagesWithAChannelCount) {
+TEST_F(CliRadioTest, OnlyImagesWithAChannelCountAreWritten) {
     MemoryImage image = SampleImage(3);
-    image[Address::ChannelCount] = 100;
-    Save("hundred.bin", image);
-    image[Address::ChannelCount] = 0;
-    Save("none.bin", image);
-    Radio radio(folder_.path(), {"--channels", "5"});
-    const Ending refused = RunCli({"write", "--port", radio.Path(), In("hundred.bin")});
-    EXPECT_EQ(refused.code, 3);
-    EXPECT_TRUE(refused.errors.contains("the channel count in it is 100")) << refused.errors.toStdString();
-    EXPECT_TRUE(radio.Frames().isEmpty());
+    MemoryImage other = image;
+    other[Record::RxFreq] ^= 0x10;
+    Save("new.bin", other);
+    for (const int count : {0, 100}) {
+        image[Address::ChannelCount] = static_cast<std::uint8_t>(count);
+        Save("none.bin", image);
+        Radio radio(folder_.path(), {"--image", In("none.bin"), "--fault", "no-store@2"});
+        const Ending refused = RunCli({"write", "--port", radio.Path(), In("none.bin")});
+        EXPECT_EQ(refused.code, 3);
+        EXPECT_TRUE(refused.errors.contains("the channel count in it is " + QString::number(count)));
+        EXPECT_TRUE(radio.Frames().isEmpty());
 
-    EXPECT_EQ(RunCli({"write", "--port", radio.Path(), In("none.bin")}).code, 0) << "all lines are read back";
-    EXPECT_EQ(radio.Frames().filter(QRegularExpression("^> 57")).size(),
-              LastSettingsLine - FirstSettingsLine + 1);
+        const Ending failed = RunCli({"write", "--port", radio.Path(), In("new.bin")});
+        EXPECT_EQ(failed.code, 6) << failed.errors.toStdString();
+        EXPECT_TRUE(failed.errors.contains("with a channel count that no radio has. To restore it, open it"));
+    }
 }
 
 struct FailureCase {
