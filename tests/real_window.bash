@@ -63,7 +63,7 @@ export QT_QPA_PLATFORM=xcb LC_ALL=C.UTF-8
 unset WAYLAND_DISPLAY QT_SCALE_FACTOR
 mkdir -p "$work/config/k470"
 
-Xvfb -displayfd 3 -screen 0 ${SCREEN:-1280x1024}x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.log" &
+Xvfb -displayfd 3 -screen 0 "${SCREEN:-1280x1024}x24" -nolisten tcp 3>"$work/display" 2>"$work/xvfb.log" &
 await "the display" test -s "$work/display"
 DISPLAY=:$(cat "$work/display")
 export DISPLAY

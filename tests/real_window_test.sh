@@ -54,7 +54,7 @@ leave_program
 
 "$programs/k470-cli" read --port COM1 "$work/after.bin"
 
-poke() { printf "$2" | dd of="$work/before.bin" bs=1 seek=$(($1)) conv=notrunc status=none; }
+poke() { printf '%b' "$2" | dd of="$work/before.bin" bs=1 seek=$(($1)) conv=notrunc status=none; }
 peek() { od -An -tu1 -j$(($1)) -N1 "$work/before.bin" | tr -d ' '; }
 poke 0x020 '\x00\x25\x65\x44'
 poke 0x028 '\x75\x03'
