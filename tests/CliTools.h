@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/ChannelRows.h"
-#include "core/Preferences.h"
+#include "sim/SampleMemory.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -18,15 +18,14 @@
 
 #include <csignal>
 #include <functional>
-#include <initializer_list>
 
 /// The programs as tests run them.
 namespace k470 {
 
+using Variables = QMap<QString, QString>;
+
 inline constexpr int PatienceMs = 30000;
 inline constexpr const char *OldContent = "what was there before";
-inline constexpr const char *MixtureText = "The radio may now hold a mixture of old and new data.";
-inline constexpr const char *UntouchedText = "Nothing was written to the radio.";
 
 /// @return whether the condition came to hold
 inline bool WaitFor(const std::function<bool()> &condition) {
@@ -44,12 +43,6 @@ inline QByteArray Content(const QString &path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-inline void Put(const QString &path, const QByteArray &bytes) {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write(bytes), bytes.size());
-}
-
 inline QByteArray Bytes(const MemoryImage &image) {
     return {reinterpret_cast<const char *>(image.data()), static_cast<qsizetype>(image.size())};
 }
@@ -63,41 +56,12 @@ inline QStringList FramesOf(const QString &path) {
     return frames;
 }
 
-inline QByteArray LineOf(const QByteArray &image, int line) {
-    return image.mid(line * static_cast<int>(LineSize), LineSize);
-}
-
-inline bool IsTransferred(int line, int channels) {
-    return line < channels || (line >= FirstSettingsLine && line <= LastSettingsLine);
-}
-
-class EmptyStore : public PreferenceStore {
-public:
-    std::string GetKeyValue(std::string_view) const override { return {}; }
-    bool UpdateKey(std::string_view, std::string_view) override { return false; }
-};
-
-inline AppState StartedState() {
-    AppState state;
-    StartState(state, EmptyStore(), "");
-    state.language = Language::English;
-    return state;
-}
-
-/// A codeplug whose second channel is empty and whose third only receives. @param channels 3 or more
+/// A codeplug whose second channel is empty and whose line 107 is no other radio's. @param channels 3 or more
 inline MemoryImage SampleImage(int channels) {
-    AppState state = StartedState();
-    state.image[Address::ChannelCount] = static_cast<std::uint8_t>(channels);
-    for (int ch = 0; ch < channels; ++ch) {
-        RowTexts row;
-        if (ch != 1)
-            SetRowRx(row, std::to_string(401 + ch % 70), state);
-        if (ch == 2)
-            SetRowTx(row, "", state);
-        row[ColLockout] = ch == 0 ? Res(state.language, Text::Carrier) : Res(state.language, Text::Off);
-        StoreRow(state.image, ch, row, state.language);
-    }
-    return state.image;
+    MemoryImage image = MakeSampleMemory(channels);
+    StoreRow(image, 1, {}, Language::English);
+    Line(image, LastSettingsLine)[5] ^= 0x01;
+    return image;
 }
 
 struct Ending {
@@ -116,8 +80,8 @@ struct Ending {
 /// k470-cli, started. Texts are English unless the arguments or the environment say otherwise.
 class Cli {
 public:
-    explicit Cli(const QStringList &arguments, const QMap<QString, QString> &variables = {},
-                 std::function<void(QProcess &)> prepare = {}) {
+    explicit Cli(const QStringList &arguments, const Variables &variables = {},
+                 const std::function<void(QProcess &)> &prepare = {}) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("LC_ALL", "C.UTF-8");
         for (const QString &name : variables.keys())
@@ -134,10 +98,11 @@ public:
     }
 
     bool HasStarted() const { return started_; }
+    bool HasEnded() { return process_.waitForFinished(1) || process_.state() == QProcess::NotRunning; }
     void Signal(int number) { ::kill(static_cast<pid_t>(process_.processId()), number); }
 
     Ending Wait() {
-        EXPECT_TRUE(process_.waitForFinished(PatienceMs));
+        EXPECT_TRUE(process_.state() == QProcess::NotRunning || process_.waitForFinished(PatienceMs));
         EXPECT_EQ(process_.exitStatus(), QProcess::NormalExit);
         return {process_.exitCode(), process_.readAllStandardOutput(), process_.readAllStandardError()};
     }
@@ -147,19 +112,16 @@ private:
     bool started_ = false;
 };
 
-inline Ending RunCli(const QStringList &arguments, const QMap<QString, QString> &variables = {}) {
+inline Ending RunCli(const QStringList &arguments, const Variables &variables = {}) {
     return Cli(arguments, variables).Wait();
 }
 
-/// A simulated radio. Its log and its memory after the last session are files in the folder.
+/// A simulated radio. Its log and its memory after the last session are in a folder of its own.
 class Radio {
 public:
-    Radio(const QString &folder, QStringList arguments)
-        : log_(folder + "/radio.log"), memory_(folder + "/radio.bin") {
-        QFile::remove(log_);
-        QFile::remove(memory_);
+    explicit Radio(QStringList arguments = {}) {
         if (!arguments.contains("--replay"))
-            arguments += {"--log", log_, "--out", memory_};
+            arguments += {"--log", folder_.filePath("log"), "--out", folder_.filePath("memory")};
         process_.start(K470_SIM_PATH, arguments);
         EXPECT_TRUE(WaitFor([this] {
             process_.waitForReadyRead(10);
@@ -179,52 +141,42 @@ public:
     int Code() const { return process_.exitCode(); }
 
     const QString &Path() const { return path_; }
-    QStringList Frames() const { return FramesOf(log_); }
-    /// @param sessions that have ended before
-    bool HasHeard(const QString &start, int sessions = 0) const {
-        const QStringList frames = Frames();
-        qsizetype from = 0;
-        for (int ended = 0; ended < sessions; ++ended)
-            if ((from = frames.indexOf("> 45", from) + 1) == 0)
-                return false;
-        return frames.indexOf(QRegularExpression("^> " + start + ".*"), from) >= 0;
-    }
-    QByteArray Memory() const { return Content(memory_); }
+    QStringList Frames() const { return FramesOf(folder_.filePath("log")); }
+    QByteArray Memory() const { return Content(folder_.filePath("memory")); }
 
 private:
-    QString log_;
-    QString memory_;
+    QTemporaryDir folder_;
     QString path_;
     QProcess process_;
 };
 
 class CliTest : public testing::Test {
 protected:
-    CliTest() { qputenv("XDG_STATE_HOME", state_.path().toLocal8Bit()); }
+    CliTest() { qputenv("XDG_STATE_HOME", In("state").toLocal8Bit()); }
 
     QString In(const QString &name) const { return folder_.filePath(name); }
 
-    QStringList Names() const { return QDir(folder_.path()).entryList(QDir::AllEntries | QDir::Hidden); }
-
-    void Save(const QString &name, const MemoryImage &image) { Put(In(name), Bytes(image)); }
-
-    /// The backups of the user's radios since this was last asked, their whole paths.
-    QStringList NewBackups() {
-        QStringList paths;
-        for (const QFileInfo &file : QDir(state_.filePath("k470/backups")).entryInfoList(QDir::Files))
-            if (!seenBackups_.contains(file.filePath()))
-                paths.append(file.filePath());
-        seenBackups_ += paths;
-        return paths;
+    QString Put(const QString &name, const QByteArray &bytes) const {
+        QFile file(In(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        return In(name);
     }
+    QString Save(const QString &name, const MemoryImage &image) const { return Put(name, Bytes(image)); }
+
     QByteArray Unpacked(const QString &path) const {
         EXPECT_EQ(RunCli({"unpack", path, In("unpacked.bin")}).code, 0);
         return Content(In("unpacked.bin"));
     }
 
+    /// The paths of the backups in a user's state folder.
+    static QStringList Backups(const QString &state) {
+        QStringList paths;
+        for (const QFileInfo &file : QDir(state + "/k470/backups").entryInfoList(QDir::Files))
+            paths.append(file.filePath());
+        return paths;
+    }
+
     QTemporaryDir folder_;
-    QTemporaryDir state_;
-    QStringList seenBackups_;
 };
 
 } // namespace k470
