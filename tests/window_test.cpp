@@ -1,37 +1,35 @@
+#include "Widgets.h"
+
 #include "core/Bands.h"
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "sim/SampleMemory.h"
 #include "ui/main/IniPreferences.h"
-#include "ui/main/MenuTable.h"
 #include "ui/main/frmMain.h"
-#include "ui/shared/FlexGrid.h"
-#include "ui/shared/Texts.h"
 
 #include <QAction>
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
-#include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QScrollBar>
+#include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
-#include <QTimer>
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <map>
+#include <memory>
 
 namespace k470 {
-
 namespace {
+
+using Values = std::map<std::string, std::string>;
+using Place = std::pair<int, int>;
+
+constexpr auto MapKeys = Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier;
 
 /// Preferences in memory.
 class MemoryStore : public PreferenceStore {
@@ -44,219 +42,153 @@ public:
         values[std::string(name)] = text;
         return true;
     }
-    std::map<std::string, std::string> values;
+    Values values;
 };
 
-/// The main window, shown, in English unless a test says otherwise.
+/// The main window, shown, in English unless a test says otherwise. Message boxes are kept and answered with
+/// `answer`, other dialogs are kept by name and given to `inDialog`.
 class MainWindow : public testing::Test {
 protected:
-    void Open(std::map<std::string, std::string> preferences = {{"Language", "0"}}) {
+    void Open(Values preferences = {{"Language", "0"}}) {
         store.values = std::move(preferences);
         window = std::make_unique<frmMain>(state, store);
         window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
         window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
         grid = window->findChild<FlexGrid *>("ChannelGrid");
     }
 
-    /// Loads sample channels as a read of the radio leaves them.
-    void ShowSample(int channels) {
-        state.image = MakeSampleMemory(channels);
+    /// Shows another image, of as many channels as it says.
+    void Show(const MemoryImage &image) {
+        state.image = image;
         LoadBandLimits(state);
-        state.gridRows = static_cast<std::uint8_t>(channels + 1);
+        TakeGridRowsFromImage(state);
         window->RefreshAll();
+    }
+
+    void Meet(QWidget &modal) {
+        if (auto *box = qobject_cast<QMessageBox *>(&modal)) {
+            messages.push_back(FromQt(box->text()));
+            QAbstractButton *wanted = box->button(answer);
+            (wanted != nullptr ? wanted : box->buttons().front())->click();
+        } else {
+            dialogs.push_back(FromQt(modal.objectName()));
+            inDialog(modal);
+        }
     }
 
     QComboBox *Combo(const char *name) { return window->findChild<QComboBox *>(name); }
     QLineEdit *Text() { return window->findChild<QLineEdit *>("TxtChannel"); }
     QComboBox *Tone() { return Combo("CboChannel(0)"); }
-    QComboBox *Choice() { return Combo("CboChannel(1)"); }
-    std::string Cell(int row, int col) { return FromQt(grid->CellText(row, col)); }
-    void Click(int row, int col) {
-        const QRect place = grid->CellRect(row, col);
-        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {},
-                          grid->viewport()->mapFrom(grid->parentWidget(), place.center()));
+    QWidget *EditorOf(int col) {
+        return window->findChild<QWidget *>(col < 3   ? "TxtChannel"
+                                            : col < 5 ? "CboChannel(0)"
+                                                      : "CboChannel(1)");
     }
-    void TypeFrequency(int row, int col, const QString &text) {
+    std::string LabelText(const char *name) { return FromQt(window->findChild<QLabel *>(name)->text()); }
+    std::string Cell(int row, int col) { return FromQt(grid->CellText(row, col)); }
+    Place Current() { return {grid->Row(), grid->Col()}; }
+    void Trigger(const char *action) { window->findChild<QAction *>(action)->trigger(); }
+    void Choose(const char *combo, int position) {
+        Combo(combo)->setCurrentIndex(position);
+        emit Combo(combo)->activated(position);
+    }
+    /// Opens the editor of a cell with Enter.
+    void Edit(int row, int col) {
         grid->SetCurrent(row, col);
         QTest::keyClick(grid, Qt::Key_Return);
+    }
+    /// Gives a frequency cell another text, or none.
+    void EnterFrequency(int row, int col, const char *text) {
+        Edit(row, col);
+        QTest::keyClick(Text(), Qt::Key_Delete);
         QTest::keyClicks(Text(), text);
         QTest::keyClick(Text(), Qt::Key_Return);
-    }
-    void Trigger(const char *action) { window->findChild<QAction *>(action)->trigger(); }
-
-    /// Answers the next message boxes, in order, and keeps what they said.
-    void Answer(std::vector<QMessageBox::StandardButton> answers) {
-        auto *timer = new QTimer(window.get());
-        QObject::connect(timer, &QTimer::timeout, window.get(), [this, timer, answers]() mutable {
-            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (box == nullptr || !box->isVisible())
-                return;
-            messages.push_back(FromQt(box->text()));
-            const auto answer = answers.front();
-            answers.erase(answers.begin());
-            if (answers.empty()) {
-                timer->stop();
-                timer->deleteLater();
-            }
-            box->button(answer)->click();
-        });
-        timer->start(1);
-    }
-
-    /// Runs `command` and rejects the dialog of that name, which it must open; tells whether it did.
-    bool OpensDialog(const char *name, const std::function<void()> &command) {
-        bool seen = false;
-        QTimer timer;
-        QObject::connect(&timer, &QTimer::timeout, [&] {
-            auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-            if (dialog == nullptr)
-                return;
-            seen = dialog->objectName() == name;
-            dialog->reject();
-        });
-        timer.start(1);
-        command();
-        return seen;
     }
 
     MemoryStore store;
     AppState state;
     std::unique_ptr<frmMain> window;
     FlexGrid *grid = nullptr;
-    std::vector<std::string> messages;
+    QMessageBox::StandardButton answer = QMessageBox::Cancel;
+    std::function<void(QWidget &)> inDialog = [](QWidget &dialog) { dialog.close(); };
+    Strings messages, dialogs;
+    ModalWatch watch{[this](QWidget &modal) { Meet(modal); }};
 };
-
-using Row = std::vector<std::string>;
 
 TEST_F(MainWindow, StartsInChineseWithSixteenEmptyChannels) {
     Open({});
     EXPECT_EQ(FromQt(window->windowTitle()), "K470 编程软件 [400 - 480 MHz]  [文件名: Untitled]");
     EXPECT_EQ(grid->Rows(), 17);
-    EXPECT_EQ(Cell(0, 3), "CTCSS/DCS 解码");
-    EXPECT_EQ(Cell(16, 0), "16");
-    EXPECT_EQ(Cell(1, 1), "");
-    EXPECT_EQ(FromQt(window->findChild<QLabel *>("MSBar(2)")->text()), "通信端口1");
-    EXPECT_EQ(FromQt(window->findChild<QLabel *>("MSBar(1)")->text()), " [400 - 480 MHz]");
+    EXPECT_EQ(Cell(0, 3) + Cell(16, 0) + Cell(1, 1), "CTCSS/DCS 解码16");
+    EXPECT_EQ(LabelText("MSBar(1)") + LabelText("MSBar(2)"), " [400 - 480 MHz]通信端口1");
+    EXPECT_EQ(LabelText("Label1(0)") + LabelText("Label1(3)"), "超时定时器[秒]信道数：");
+    EXPECT_EQ(FromQt(window->findChild<QAction *>("mnuRead")->text()), "从对讲机读取数据(&R)");
     EXPECT_EQ(Combo("CobFreq")->currentText(), "400 - 480 MHz");
     EXPECT_FALSE(ImageModified(state));
-    EXPECT_TRUE(QRegularExpression("^\\d\\d:\\d\\d:\\d\\d$")
-                    .match(window->findChild<QLabel *>("MSBar(4)")->text())
-                    .hasMatch());
+    const QRegularExpression time("^\\d\\d:\\d\\d:\\d\\d$");
+    EXPECT_TRUE(time.match(ToQt(LabelText("MSBar(4)"))).hasMatch());
 }
 
-TEST_F(MainWindow, EveryMenuAndToolTipFollowsTheLanguage) {
-    for (const Language language : {Language::English, Language::Chinese}) {
-        Open({{"Language", language == Language::English ? "0" : "1"}});
-        for (const MenuItem &item : MenuTable) {
-            if (item.menu == nullptr) {
-                EXPECT_EQ(window->findChild<QMenu *>(item.name)->title(), PickText(language, item.caption));
-            } else if (item.command != nullptr) {
-                const auto *action = window->findChild<QAction *>(item.name);
-                EXPECT_EQ(action->text(), PickText(language, item.caption));
-                EXPECT_EQ(action->shortcut(), QKeySequence(item.shortcut)) << item.name;
-            }
-        }
-        const auto tip = [this](const char *key) {
-            return FromQt(window->findChild<QAction *>(QString("tlbActions_") + key)->toolTip());
-        };
-        EXPECT_EQ(tip("Read"), language == Language::English ? "Read" : "读频");
-        EXPECT_EQ(tip("Print"), language == Language::English ? "Apply edits" : "应用修改");
-        EXPECT_EQ(FromQt(window->findChild<QLabel *>("Label1(0)")->text()),
-                  language == Language::English ? "Time Out Timer[s]" : "超时定时器[秒]");
-        EXPECT_EQ(FromQt(window->findChild<QLabel *>("Label1(3)")->text()),
-                  language == Language::English ? "CHT：" : "信道数：");
-        EXPECT_EQ(FromQt(window->findChild<QGroupBox *>("Frame3")->title()),
-                  language == Language::English ? "Model Information" : "机型信息");
-    }
-}
-
-TEST_F(MainWindow, ATypedFrequencyMakesANewChannelWithTheDefaults) {
+TEST_F(MainWindow, ATypedFrequencyMakesAChannelAndAnEmptiedOneDeletesIt) {
     Open();
     grid->SetCurrent(2, 1);
-    QTest::keyClick(grid, '4');
-    ASSERT_TRUE(Text()->isVisible());
+    Type("4");
     EXPECT_EQ(Text()->text(), "4");
-    QTest::keyClicks(Text(), "4x6.a525");
-    QTest::keyClick(Text(), Qt::Key_Return);
+    Type("4x6.a525");
+    Press({Qt::Key_Return});
     EXPECT_FALSE(Text()->isVisible());
-    const Row expected{"2",    "446.52500", "446.52500", "None", "None", "High",
-                       "Wide", "Off",       "No",        "Off",  "1"};
+    const Strings expected{"2",    "446.52500", "446.52500", "None", "None", "High",
+                           "Wide", "Off",       "No",        "Off",  "1"};
     for (int col = 0; col < GridCols; ++col)
         EXPECT_EQ(Cell(2, col), expected[static_cast<std::size_t>(col)]) << col;
-    EXPECT_EQ(state.currentCol, 2);
+    EXPECT_EQ(Place(state.currentRow, state.currentCol), Place(2, 2));
     EXPECT_TRUE(IsEmptyChannel(state.image, 1)) << "nothing reaches the image before a commit";
-
     Trigger("tlbActions_Print");
     EXPECT_EQ(GetFreqString(state.image, Field::Rx, 1), "446.52500");
-    EXPECT_EQ(state.image[0x1C], 0xB0);
-    EXPECT_EQ(state.image[0x1D], 0xF1);
     EXPECT_EQ(state.image[Address::WorkingChannel], 1);
     EXPECT_FALSE(ImageModified(state));
+
+    EnterFrequency(2, 1, "");
+    for (int col = 1; col < GridCols; ++col)
+        EXPECT_EQ(Cell(2, col), "") << col;
+    Trigger("tlbActions_Print");
+    EXPECT_TRUE(IsMarkedEmpty(state.image, 1));
 }
 
-TEST_F(MainWindow, AnEmptyRowIsEnteredByItsReceiveFrequency) {
+TEST_F(MainWindow, ARowIsEnteredByTheFrequencyThatItLacks) {
     Open();
     for (const int col : {6, 4, 2}) {
-        Click(3, col);
+        ClickCell(*grid, 3, col);
         EXPECT_TRUE(Text()->isVisible()) << col;
         EXPECT_EQ(grid->Col(), 1) << col;
-        QTest::keyClick(Text(), Qt::Key_Escape);
-        EXPECT_FALSE(Text()->isVisible());
+        Press({Qt::Key_Escape});
     }
-    grid->SetCurrent(3, 7);
-    QTest::keyClick(grid, Qt::Key_Return);
+    Edit(3, 7);
     EXPECT_EQ(grid->Col(), 1);
-    EXPECT_TRUE(Text()->isVisible());
-}
-
-TEST_F(MainWindow, AReceiveOnlyChannelGetsItsTransmitFrequencyFirst) {
-    Open();
-    TypeFrequency(1, 1, "446.525");
-    grid->SetCurrent(1, 2);
-    QTest::keyClick(grid, Qt::Key_Return);
-    QTest::keyClick(Text(), Qt::Key_Delete);
-    QTest::keyClick(Text(), Qt::Key_Return);
-    EXPECT_EQ(Cell(1, 2) + Cell(1, 4), "");
-    EXPECT_EQ(Cell(1, 3), "None");
-
-    Click(1, 4);
-    EXPECT_TRUE(Text()->isVisible());
+    Type("446.525");
+    Press({Qt::Key_Return});
+    EnterFrequency(3, 2, "");
+    EXPECT_EQ(Cell(3, 1) + Cell(3, 2) + Cell(3, 3) + Cell(3, 4), "446.52500None");
+    ClickCell(*grid, 3, 4);
     EXPECT_EQ(grid->Col(), 2);
-    QTest::keyClicks(Text(), "451");
-    QTest::keyClick(Text(), Qt::Key_Return);
-    EXPECT_EQ(Cell(1, 2), "451.00000");
-    EXPECT_EQ(Cell(1, 4), "None");
-    EXPECT_EQ(Cell(1, 1), "446.52500");
+    Type("451");
+    Press({Qt::Key_Return});
+    EXPECT_EQ(Cell(3, 1) + Cell(3, 2) + Cell(3, 4), "446.52500451.00000None");
 }
 
-TEST_F(MainWindow, AnEmptiedReceiveFrequencyDeletesTheRow) {
+TEST_F(MainWindow, EditorsCoverTheirCellAndEscapeAbandonsTheEdit) {
     Open();
-    TypeFrequency(1, 1, "446.525");
-    grid->SetCurrent(1, 1);
-    QTest::keyClick(grid, Qt::Key_Return);
-    QTest::keyClick(Text(), Qt::Key_Delete);
-    QTest::keyClick(Text(), Qt::Key_Return);
-    for (int col = 1; col < GridCols; ++col)
-        EXPECT_EQ(Cell(1, col), "") << col;
-    Trigger("tlbActions_Print");
-    EXPECT_TRUE(IsMarkedEmpty(state.image, 0));
-}
-
-TEST_F(MainWindow, EscapeAbandonsTheEditInEveryEditor) {
-    Open();
-    TypeFrequency(1, 1, "446.525");
+    EnterFrequency(1, 1, "446.525");
     for (const int col : {1, 3, 7}) {
         const std::string before = Cell(1, col);
-        grid->SetCurrent(1, col);
-        QTest::keyClick(grid, Qt::Key_Return);
-        QWidget *editor = col == 1 ? static_cast<QWidget *>(Text()) : col == 3 ? Tone() : Choice();
-        ASSERT_TRUE(editor->isVisible()) << col;
-        if (auto *combo = qobject_cast<QComboBox *>(editor))
-            combo->setEditText("D023N");
-        else
-            Text()->setText("455");
-        QTest::keyClick(editor, Qt::Key_Escape);
+        Edit(1, col);
+        QWidget *editor = EditorOf(col);
+        ASSERT_TRUE(editor->hasFocus()) << col;
+        EXPECT_TRUE(editor->geometry().contains(grid->CellRect(1, col).center())) << col;
+        EXPECT_LE((editor->pos() - grid->CellRect(1, col).topLeft()).manhattanLength(), 6) << col;
+        QTest::keyClicks(editor, "455");
+        Press({Qt::Key_Escape});
         EXPECT_FALSE(editor->isVisible());
         EXPECT_EQ(Cell(1, col), before);
         EXPECT_TRUE(grid->hasFocus());
@@ -264,223 +196,154 @@ TEST_F(MainWindow, EscapeAbandonsTheEditInEveryEditor) {
 }
 
 TEST_F(MainWindow, EnterWalksOverVisibleColumnsAndRows) {
-    Open();
-    for (int row = 1; row <= 16; ++row)
-        TypeFrequency(row, 1, "446.525");
-    struct Walk {
+    const struct {
         int row, col, nextRow, nextCol;
-    };
-    for (const auto &[row, col, nextRow, nextCol] : std::vector<Walk>{{1, 1, 1, 2},
-                                                                      {1, 2, 1, 3},
-                                                                      {1, 3, 1, 4},
-                                                                      {1, 4, 1, 6},
-                                                                      {1, 6, 1, 7},
-                                                                      {1, 7, 1, 8},
-                                                                      {1, 8, 2, 1},
-                                                                      {16, 8, 1, 1}}) {
-        grid->SetCurrent(row, col);
-        QTest::keyClick(grid, Qt::Key_Return);
-        auto *editor = QApplication::focusWidget();
-        ASSERT_NE(editor, grid);
-        QTest::keyClick(editor, Qt::Key_Return);
-        EXPECT_EQ(grid->Row(), nextRow) << col;
-        EXPECT_EQ(grid->Col(), nextCol) << col;
-        EXPECT_FALSE(Text()->isVisible() || Tone()->isVisible() || Choice()->isVisible());
+    } walks[] = {{1, 1, 1, 2}, {1, 2, 1, 3}, {1, 3, 1, 4}, {1, 4, 1, 6}, {1, 6, 1, 7},
+                 {1, 7, 1, 8}, {1, 8, 2, 1}, {2, 3, 2, 6}, {16, 8, 1, 1}};
+    Open();
+    for (const int row : {1, 2, 16})
+        EnterFrequency(row, 1, "446.525");
+    EnterFrequency(2, 2, ""); // its tone is passed over
+    for (const auto &[row, col, nextRow, nextCol] : walks) {
+        Edit(row, col);
+        ASSERT_TRUE(EditorOf(col)->hasFocus());
+        Press({Qt::Key_Return});
+        EXPECT_EQ(Current(), Place(nextRow, nextCol)) << row << ',' << col;
+        EXPECT_FALSE(EditorOf(col)->isVisible());
     }
-    TypeFrequency(1, 2, "");
-    grid->SetCurrent(1, 2);
-    QTest::keyClick(grid, Qt::Key_Return);
-    QTest::keyClick(Text(), Qt::Key_Delete);
-    QTest::keyClick(Text(), Qt::Key_Return);
-    QTest::keyClick(grid, Qt::Key_Return);
-    QTest::keyClick(Tone(), Qt::Key_Return);
-    EXPECT_EQ(grid->Col(), 6) << "the tone of a missing transmit frequency is passed over";
 }
 
 TEST_F(MainWindow, TypedTonesAreFilteredAndMadeValid) {
+    const std::pair<const char *, const char *> tones[] = {
+        {"300", "260.0"}, {"d8", "D007N"}, {"d023i", "D023I"}, {"xyz", "D023I"}, {"5", "60.0"}};
     Open();
-    TypeFrequency(1, 1, "446.525");
-    for (const auto &[typed, shown] : std::vector<std::pair<QString, std::string>>{{"300", "260.0"},
-                                                                                   {"d8", "D007N"},
-                                                                                   {"d023i", "D023I"},
-                                                                                   {"xyz", "D023I"},
-                                                                                   {"100.3", "100.3"},
-                                                                                   {"5", "60.0"}}) {
-        grid->SetCurrent(1, 3);
-        QTest::keyClick(grid, Qt::Key_Return);
-        ASSERT_TRUE(Tone()->isVisible());
-        EXPECT_EQ(Tone()->count(), 261);
+    EnterFrequency(1, 1, "446.525");
+    for (const auto &[typed, shown] : tones) {
+        Edit(1, 3);
         QTest::keyClicks(Tone(), typed);
         QTest::keyClick(Tone(), Qt::Key_Return);
-        EXPECT_EQ(Cell(1, 3), shown) << FromQt(typed);
+        EXPECT_EQ(Cell(1, 3), shown) << typed;
     }
+    EXPECT_EQ(Tone()->count(), 261);
 }
 
-TEST_F(MainWindow, EditorsCoverTheirCellAndEndWhenTheGridScrolls) {
+TEST_F(MainWindow, AnOpenEditIsTakenOverWhenTheGridScrollsTheFocusLeavesOrACommitComes) {
     Open({{"Language", "0"}, {"gbRows", "100"}});
-    TypeFrequency(1, 1, "446.525");
-    for (const auto &[col, editor] :
-         std::vector<std::pair<int, QWidget *>>{{1, Text()}, {3, Tone()}, {7, Choice()}}) {
-        grid->SetCurrent(1, col);
-        QTest::keyClick(grid, Qt::Key_Return);
-        ASSERT_TRUE(editor->isVisible());
-        EXPECT_TRUE(editor->geometry().contains(grid->CellRect(1, col).center())) << col;
-        EXPECT_LE((editor->geometry().topLeft() - grid->CellRect(1, col).topLeft()).manhattanLength(), 6);
-        QTest::keyClick(editor, Qt::Key_Escape);
+    const std::function<void()> endings[] = {[this] { grid->verticalScrollBar()->setValue(3); },
+                                             [this] { Combo("Combo1(0)")->setFocus(); },
+                                             [this] { window->CommitEdits(); }};
+    for (const auto &end : endings) {
+        EnterFrequency(1, 1, "");
+        grid->SetCurrent(1, 1);
+        Type("460");
+        end();
+        EXPECT_FALSE(Text()->isVisible());
+        EXPECT_EQ(Cell(1, 1), "460.00000");
     }
-    grid->SetCurrent(1, 1);
-    QTest::keyClick(grid, '4');
-    QTest::keyClicks(Text(), "60");
-    grid->verticalScrollBar()->setValue(3);
-    EXPECT_FALSE(Text()->isVisible());
-    EXPECT_EQ(Cell(1, 1), "460.00000");
+    EXPECT_EQ(GetFreqString(state.image, Field::Rx, 0), "460.00000");
 }
 
 TEST_F(MainWindow, AFrequencyOutsideTheBandWarnsAndIsKept) {
     Open();
-    Answer({QMessageBox::Ok});
-    TypeFrequency(1, 1, "140");
-    EXPECT_EQ(messages, Row{"Frequency is out of range"});
+    EnterFrequency(1, 1, "140");
+    EXPECT_EQ(messages, Strings{"Frequency is out of range"});
     EXPECT_EQ(Cell(1, 1), "140.00000");
-}
-
-TEST_F(MainWindow, LeavingTheEditorTakesItsValueOver) {
-    Open();
-    grid->SetCurrent(1, 1);
-    QTest::keyClick(grid, '4');
-    QTest::keyClicks(Text(), "50");
-    Combo("Combo1(0)")->setFocus();
-    EXPECT_FALSE(Text()->isVisible());
-    EXPECT_EQ(Cell(1, 1), "450.00000");
 }
 
 TEST_F(MainWindow, ABandChangeErasesTheChannelsOnlyWhenConfirmed) {
     Open();
-    TypeFrequency(1, 1, "446.525");
+    EnterFrequency(1, 1, "446.525");
     const MemoryImage before = state.image;
     auto *band = Combo("CobFreq");
-    Answer({QMessageBox::Cancel});
-    band->setFocus();
     QTest::keyClick(band, Qt::Key_Up);
     EXPECT_EQ(band->currentIndex(), 3);
     EXPECT_EQ(Cell(1, 1), "446.52500");
     EXPECT_EQ(state.image, before);
 
-    Answer({QMessageBox::Ok});
+    answer = QMessageBox::Ok;
     QTest::keyClick(band, Qt::Key_Up);
-    EXPECT_EQ(messages.back(), "Change frequency channel list will remove,sure?");
+    EXPECT_EQ(messages, Strings(2, "Change frequency channel list will remove,sure?"));
     EXPECT_EQ(band->currentIndex(), 2);
     EXPECT_EQ(Cell(1, 1), "");
-    EXPECT_EQ(state.bandLow, 350);
-    EXPECT_EQ(state.previousBand, 2);
-    EXPECT_EQ(
-        (std::vector<int>{state.image[0x666], state.image[0x667], state.image[0x668], state.image[0x669]}),
-        (std::vector<int>{0x35, 0x00, 0x39, 0x00}));
-    EXPECT_TRUE(window->windowTitle().contains("[350 - 390 MHz]"));
+    EXPECT_EQ(std::pair(state.bandLow, state.previousBand), std::pair(350.0, std::uint8_t{2}));
+    EXPECT_EQ(LabelText("MSBar(1)"), " [350 - 390 MHz]");
     emit band->activated(2);
     EXPECT_EQ(messages.size(), 2U) << "the band in force asks nothing";
 }
 
 TEST_F(MainWindow, CustomOpensItsDialogOnlyWhenChosen) {
     Open({{"Language", "0"}, {"Model-FreqL", "136.5"}, {"Model-FreqH", "174"}});
-    auto *band = Combo("CobFreq");
-    EXPECT_EQ(band->currentText(), "Custom");
-    EXPECT_FALSE(OpensDialog("frmSetFreqRange", [this] { window->RefreshAll(); }));
-    EXPECT_TRUE(OpensDialog("frmSetFreqRange", [band] { emit band->activated(4); }));
+    EXPECT_EQ(Combo("CobFreq")->currentText(), "Custom");
+    window->RefreshAll();
+    EXPECT_EQ(dialogs, Strings{});
+    Choose("CobFreq", 4);
+    EXPECT_EQ(dialogs, Strings{"frmSetFreqRange"});
     EXPECT_EQ(state.bandLow, 136.5);
-    Answer({QMessageBox::Ok});
-    emit band->activated(3);
-    EXPECT_EQ(state.bandLow, 400);
 }
 
-TEST_F(MainWindow, AChannelCountActsAtOnceAndKeepsTheContents) {
+TEST_F(MainWindow, AChannelCountActsAtOnceAndKeepsTheContentsAndTheFocus) {
     Open();
-    ShowSample(16);
-    window->CommitEdits();
-    const std::string last = Cell(16, 1);
-    ASSERT_NE(last, "");
-    auto *count = Combo("Combo1(3)");
-    const auto choose = [count](int channels) {
-        count->setCurrentIndex(channels - 1);
-        emit count->activated(channels - 1);
-    };
-    choose(4);
+    Show(MakeSampleMemory(16));
+    EnterFrequency(16, 1, "446.525");
+    Choose("Combo1(3)", 3);
     EXPECT_EQ(grid->Rows(), 5);
     EXPECT_EQ(Combo("Combo1(4)")->count(), 4);
     EXPECT_EQ(state.image[Address::ChannelCount], 16) << "the byte waits for the commit";
-    choose(40);
-    EXPECT_EQ(grid->Rows(), 41);
-    EXPECT_EQ(Cell(16, 1), last);
-    EXPECT_EQ(Cell(40, 0), "40");
+    Choose("Combo1(3)", 39);
+    EXPECT_EQ(Cell(16, 1) + " " + Cell(40, 0), "446.52500 40");
     Combo("Combo1(4)")->setCurrentIndex(7);
-    choose(40);
+    Choose("Combo1(3)", 39);
     EXPECT_EQ(Combo("Combo1(4)")->currentIndex(), 0) << "every click selects the first working channel";
-    window->CommitEdits();
-    EXPECT_EQ(state.image[Address::ChannelCount], 40);
-    EXPECT_EQ(state.gridRows, 41);
-}
-
-TEST_F(MainWindow, SteppingTheChannelCountKeepsTheFocus) {
-    Open({{"Language", "0"}, {"gbRows", "100"}});
-    auto *count = Combo("Combo1(3)");
-    count->setFocus();
     grid->verticalScrollBar()->setValue(30);
-    count->setFocus();
-    QTest::keyClick(count, Qt::Key_Up);
-    EXPECT_EQ(grid->Rows(), 99);
-    EXPECT_TRUE(count->hasFocus());
+    Combo("Combo1(3)")->setFocus();
+    QTest::keyClick(Combo("Combo1(3)"), Qt::Key_Up);
+    EXPECT_EQ(grid->Rows(), 40);
+    EXPECT_TRUE(Combo("Combo1(3)")->hasFocus());
+    window->CommitEdits();
+    EXPECT_EQ(state.image[Address::ChannelCount], 39);
+    EXPECT_EQ(state.gridRows, 40);
 }
 
 TEST_F(MainWindow, OddChannelCountBytesWork) {
     Open();
-    state.image[Address::ChannelCount] = 0;
-    TakeGridRowsFromImage(state);
-    window->RefreshAll();
-    EXPECT_EQ(Combo("Combo1(3)")->currentIndex(), -1);
-    EXPECT_EQ(Combo("Combo1(4)")->count(), 0);
-    window->CommitEdits();
-    EXPECT_EQ(state.image[Address::ChannelCount], 0);
-    EXPECT_EQ(state.gridRows, 1);
-
-    state.image[Address::ChannelCount] = 200;
-    TakeGridRowsFromImage(state);
-    window->RefreshAll();
-    EXPECT_EQ(Combo("Combo1(3)")->currentText(), "16");
-    EXPECT_EQ(grid->Rows(), 17);
-    window->CommitEdits();
-    EXPECT_EQ(state.image[Address::ChannelCount], 16);
+    for (const auto &[byte, shown, channels] : {std::tuple{0, -1, 0}, {200, 15, 16}}) {
+        MemoryImage odd = state.image;
+        odd[Address::ChannelCount] = static_cast<std::uint8_t>(byte);
+        Show(odd);
+        EXPECT_EQ(Combo("Combo1(3)")->currentIndex(), shown);
+        EXPECT_EQ(Combo("Combo1(4)")->count(), channels);
+        ClickCell(*grid, 1, 1, Qt::RightButton, MapKeys);
+        EXPECT_EQ(dialogs.size(), byte == 0 ? 1U : 2U) << "the memory map opens over any grid";
+        window->CommitEdits();
+        EXPECT_EQ(state.image[Address::ChannelCount], channels);
+        EXPECT_EQ(state.gridRows, channels + 1);
+    }
 }
 
 TEST_F(MainWindow, SettingsAreShownAndCollected) {
-    Open();
-    ShowSample(16);
-    struct Case {
+    const struct {
         std::size_t address;
-        int byte;
+        std::uint8_t byte;
         const char *control;
         int entry;
-        int collected;
-    };
-    const std::vector<Case> cases{
-        {Address::TimeOutTimer, 41, "Combo1(0)", 0, 0},  {Address::TimeOutTimer, 40, "Combo1(0)", 40, 40},
-        {Address::Squelch, 10, "Combo1(1)", 0, 0},       {Address::Voice, 1, "Combo1(2)", 2, 1},
-        {Address::Voice, 2, "Combo1(2)", 1, 2},          {Address::Voice, 255, "Combo1(2)", 0, 0},
-        {Address::WorkingChannel, 5, "Combo1(4)", 5, 5}, {Address::WorkingChannel, 16, "Combo1(4)", 0, 0},
-        {Address::Volume, 16, "Combo1(5)", 0, 0},        {Address::Volume, 15, "Combo1(5)", 15, 15},
-        {Address::BatterySave, 1, "Combo1(6)", 11, 1},   {Address::BatterySave, 11, "Combo1(6)", 10, 11},
-        {Address::BatterySave, 12, "Combo1(6)", 0, 0},
-    };
-    for (const Case &c : cases) {
-        state.image[c.address] = static_cast<std::uint8_t>(c.byte);
+        std::uint8_t collected;
+    } lists[] = {
+        {Address::TimeOutTimer, 40, "Combo1(0)", 40, 40}, {Address::Squelch, 10, "Combo1(1)", 0, 0},
+        {Address::Voice, 1, "Combo1(2)", 2, 1},           {Address::Voice, 255, "Combo1(2)", 0, 0},
+        {Address::WorkingChannel, 5, "Combo1(4)", 5, 5},  {Address::Volume, 15, "Combo1(5)", 15, 15},
+        {Address::WorkingChannel, 16, "Combo1(4)", 0, 0}, {Address::BatterySave, 1, "Combo1(6)", 11, 1}};
+    Open();
+    Show(MakeSampleMemory(16));
+    for (const auto &[address, byte, control, entry, collected] : lists) {
+        state.image[address] = byte;
         window->RefreshAll();
-        EXPECT_EQ(Combo(c.control)->currentIndex(), c.entry) << c.control << " " << c.byte;
+        EXPECT_EQ(Combo(control)->currentIndex(), entry) << control << " " << +byte;
         window->CommitEdits();
-        EXPECT_EQ(state.image[c.address], c.collected) << c.control << " " << c.byte;
+        EXPECT_EQ(state.image[address], collected) << control << " " << +byte;
     }
-    for (const auto &[address, name] :
-         std::vector<std::pair<std::size_t, const char *>>{{Address::Beep, "Check1(0)"},
-                                                           {Address::Scrambler, "Check1(2)"},
-                                                           {Address::Compander, "Check1(3)"}}) {
+    for (const auto &[address, name] : {std::pair(Address::Beep, "Check1(0)"),
+                                        {Address::Scrambler, "Check1(2)"},
+                                        {Address::Compander, "Check1(3)"}}) {
         state.image[address] = 7;
         window->RefreshAll();
         auto *check = window->findChild<QCheckBox *>(name);
@@ -492,50 +355,40 @@ TEST_F(MainWindow, SettingsAreShownAndCollected) {
     }
 }
 
-TEST_F(MainWindow, CancelledWriteCommitsAndLeavesTheTwoMarks) {
+TEST_F(MainWindow, OnlyAWriteCommitsAndMarksTheImageBeforeItAsks) {
     Open();
-    TypeFrequency(1, 1, "446.525");
-    Answer({QMessageBox::Cancel});
-    QTest::keyClick(window.get(), 'W', Qt::ControlModifier);
-    EXPECT_EQ(messages, Row{"Write data to radio.\nDo you wish to continue?"});
-    EXPECT_EQ(GetFreqString(state.image, Field::Rx, 0), "446.52500");
-    EXPECT_EQ(state.image[0x670], 0x55);
-    EXPECT_EQ(state.image[0x66F], 16);
-
-    Answer({QMessageBox::Cancel});
-    TypeFrequency(2, 1, "447");
+    EnterFrequency(1, 1, "446.525");
+    QTest::keyClick(window.get(), 'R', Qt::ControlModifier);
+    EXPECT_TRUE(IsEmptyChannel(state.image, 0));
     window->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
-    QTest::keyClick(window.get(), 'R', Qt::ControlModifier);
-    EXPECT_EQ(messages.back(), "Read data from radio.\nDo you wish to continue?");
-    EXPECT_TRUE(IsEmptyChannel(state.image, 1)) << "the read command commits nothing";
+    QTest::keyClick(window.get(), 'W', Qt::ControlModifier);
+    EXPECT_EQ(messages, (Strings{"Read data from radio.\nDo you wish to continue?",
+                                 "Write data to radio.\nDo you wish to continue?"}));
+    EXPECT_EQ(dialogs, Strings{}) << "cancelled, and yet it goes on";
+    EXPECT_EQ(GetFreqString(state.image, Field::Rx, 0), "446.52500");
+    EXPECT_EQ(Place(state.image[0x66F], state.image[0x670]), Place(16, 0x55));
 }
 
-TEST_F(MainWindow, TheLanguageCommandRepaintsAndKeepsPendingEdits) {
+TEST_F(MainWindow, TheLanguageCommandRepaintsKeepsPendingEditsAndIsRemembered) {
     Open();
-    TypeFrequency(1, 1, "446.525");
-    EXPECT_TRUE(OpensDialog("LanguageForm", [this] { Trigger("mnuLanguage"); }));
-    EXPECT_EQ(Cell(1, 6), "Wide");
-    EXPECT_EQ(state.language, Language::English);
-
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, [] {
-        if (auto *dialog = QApplication::activeModalWidget()) {
-            dialog->findChild<QComboBox *>("cboLang")->setCurrentIndex(1);
-            QTest::keyClick(dialog, Qt::Key_Return);
-        }
-    });
-    timer.start(1);
+    EXPECT_EQ(LabelText("Label1(0)"), "Time Out Timer[s]");
+    EnterFrequency(1, 1, "446.525");
     Trigger("mnuLanguage");
-    timer.stop();
-    EXPECT_EQ(state.language, Language::Chinese);
-    EXPECT_EQ(Cell(1, 6), "宽带");
-    EXPECT_EQ(Cell(1, 1), "446.52500");
-    EXPECT_EQ(Combo("CobFreq")->itemText(4), "自定义");
-    EXPECT_EQ(Combo("Combo1(6)")->itemText(11), "自动");
+    EXPECT_EQ(Cell(1, 6), "Wide");
+    inDialog = [](QWidget &dialog) {
+        dialog.findChild<QComboBox *>("cboLang")->setCurrentIndex(1);
+        QTest::keyClick(&dialog, Qt::Key_Return);
+    };
+    Trigger("mnuLanguage");
+    EXPECT_EQ(dialogs, Strings(2, "LanguageForm"));
+    EXPECT_EQ(Cell(1, 1) + Cell(1, 6), "446.52500宽带");
+    EXPECT_EQ(FromQt(Combo("CobFreq")->itemText(4) + Combo("Combo1(6)")->itemText(11)), "自定义自动");
     EXPECT_TRUE(window->windowTitle().contains("文件名: "));
-    window->close();
-    EXPECT_EQ(store.values["language"], "1");
+    state.portNumber = 9;
+    Trigger("mnuFile_Exit");
+    for (const auto &[name, value] : Values{{"language", "1"}, {"Model-FreqL", "400"}, {"gbPort", "9"}})
+        EXPECT_EQ(store.values[name], value) << name;
 }
 
 TEST(PreferencesFile, GivesBackWhatItTookAndWhatAPersonTyped) {
@@ -554,82 +407,59 @@ TEST(PreferencesFile, GivesBackWhatItTookAndWhatAPersonTyped) {
 
 TEST_F(MainWindow, OnlyTheWholeGestureOpensTheMemoryMap) {
     Open();
-    const auto release = [this](Qt::KeyboardModifiers modifiers, Qt::MouseButton button) {
-        const QPoint place = grid->viewport()->mapFrom(grid->parentWidget(), grid->CellRect(2, 1).center());
-        return OpensDialog("frmMemoryMap",
-                           [&] { QTest::mouseClick(grid->viewport(), button, modifiers, place); });
-    };
-    const auto all = Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier;
-    EXPECT_FALSE(release(Qt::ShiftModifier | Qt::ControlModifier, Qt::RightButton));
-    EXPECT_FALSE(release({}, Qt::RightButton));
-    EXPECT_TRUE(release(all, Qt::RightButton));
-    EXPECT_TRUE(OpensDialog("frmMemoryMap", [&] {
-        QTest::mouseClick(grid->horizontalHeader()->viewport(), Qt::RightButton, all);
-    })) << "the captions are part of the grid";
-
-    state.image[Address::ChannelCount] = 0;
-    TakeGridRowsFromImage(state);
-    window->RefreshAll();
-    EXPECT_TRUE(release(all, Qt::RightButton)) << "a grid without channels is a way to it as well";
+    ClickCell(*grid, 2, 1, Qt::RightButton, Qt::ShiftModifier | Qt::ControlModifier);
+    ClickCell(*grid, 2, 1, Qt::RightButton);
+    ClickCell(*grid, 2, 1, Qt::LeftButton, MapKeys);
+    EXPECT_EQ(dialogs, Strings{});
+    ClickCell(*grid, 2, 1, Qt::RightButton, MapKeys);
+    QTest::mouseClick(grid->horizontalHeader()->viewport(), Qt::RightButton, MapKeys);
+    EXPECT_EQ(dialogs, Strings(2, "frmMemoryMap")) << "the captions are part of the grid";
 }
 
 TEST_F(MainWindow, ACommitKeepsWhatWasTypedInTheMemoryMapWhereNoControlOwnsIt) {
     Open();
-    ShowSample(16);
-    window->CommitEdits();
-    const MemoryImage before = state.image;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, [] {
-        auto *dialog = QApplication::activeModalWidget();
-        if (dialog == nullptr)
-            return;
-        auto *map = dialog->findChild<FlexGrid *>("msgMemory");
-        for (const auto &[row, col] : {std::pair(0x6C + 1, 5 + 1), std::pair(0 + 1, 2 + 1)}) {
+    Show(MakeSampleMemory(16));
+    const std::uint8_t channelByte = state.image[0x002];
+    inDialog = [](QWidget &dialog) {
+        auto *map = dialog.findChild<FlexGrid *>("msgMemory");
+        for (const auto &[row, col] : {Place(0x6C + 1, 5 + 1), Place(0 + 1, 2 + 1)}) {
             map->SetCurrent(row, col);
-            map->setFocus();
             QTest::keyClick(map, 'a');
-            auto *editor = dialog->findChild<QLineEdit *>("txtMemory");
+            auto *editor = dialog.findChild<QLineEdit *>("txtMemory");
             QTest::keyClick(editor, 'b');
             QTest::keyClick(editor, Qt::Key_Return);
         }
-        QTest::mouseClick(dialog->findChild<QPushButton *>("cmdOK"), Qt::LeftButton);
-    });
-    timer.start(1);
-    const QPoint place = grid->viewport()->mapFrom(grid->parentWidget(), grid->CellRect(2, 1).center());
-    QTest::mouseClick(grid->viewport(), Qt::RightButton,
-                      Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier, place);
-    timer.stop();
-    EXPECT_EQ(state.image[0x6C5], 0xAB);
-    EXPECT_EQ(state.image[0x002], 0xAB);
+        QTest::mouseClick(dialog.findChild<QPushButton *>("cmdOK"), Qt::LeftButton);
+    };
+    ClickCell(*grid, 2, 1, Qt::RightButton, MapKeys);
+    EXPECT_EQ(Place(state.image[0x6C5], state.image[0x002]), Place(0xAB, 0xAB));
     EXPECT_TRUE(ImageModified(state));
     window->CommitEdits();
-    EXPECT_EQ(state.image[0x6C5], 0xAB);
-    EXPECT_EQ(state.image[0x002], before[0x002]) << "the grid still shows the channel as it was";
+    EXPECT_EQ(Place(state.image[0x6C5], state.image[0x002]), Place(0xAB, channelByte))
+        << "the grid still shows the channel as it was";
 }
 
 TEST_F(MainWindow, EveryCommandOpensItsWindow) {
+    const Values commands{{"mnuPort", "frmComPort"},        {"tlbActions_Com", "frmComPort"},
+                          {"mnuAdvanded", "frmAdv"},        {"mnuHelp_About", "frmAbout"},
+                          {"mnuFile_Open", "FileDialog"},   {"tlbActions_About", "frmAbout"},
+                          {"mnuFile_SaveAs", "FileDialog"}, {"tlbActions_Save", "FileDialog"}};
     Open();
-    for (const auto &[action, dialog] :
-         std::vector<std::pair<const char *, const char *>>{{"mnuPort", "frmComPort"},
-                                                            {"tlbActions_Com", "frmComPort"},
-                                                            {"mnuAdvanded", "frmAdv"},
-                                                            {"mnuHelp_About", "frmAbout"},
-                                                            {"tlbActions_About", "frmAbout"},
-                                                            {"mnuFile_Open", "FileDialog"},
-                                                            {"tlbActions_Save", "FileDialog"},
-                                                            {"mnuFile_SaveAs", "FileDialog"}})
-        EXPECT_TRUE(OpensDialog(dialog, [this, name = action] { Trigger(name); })) << action;
+    for (const auto &[action, dialog] : commands) {
+        dialogs.clear();
+        Trigger(action.c_str());
+        EXPECT_EQ(dialogs, Strings{dialog}) << action;
+    }
 }
 
-TEST_F(MainWindow, NewAsksAndKeepsBandAndCount) {
+TEST_F(MainWindow, NewClearsTheChannelsOnlyWhenConfirmed) {
     Open();
-    TypeFrequency(1, 1, "446.525");
-    Answer({QMessageBox::Cancel});
+    EnterFrequency(1, 1, "446.525");
     Trigger("mnuFile_New");
-    EXPECT_EQ(messages, Row{"All data will be cleared."});
     EXPECT_EQ(Cell(1, 1), "446.52500");
-    Answer({QMessageBox::Ok});
+    answer = QMessageBox::Ok;
     Trigger("tlbActions_New");
+    EXPECT_EQ(messages, Strings(2, "All data will be cleared."));
     EXPECT_EQ(Cell(1, 1), "");
     EXPECT_EQ(grid->Rows(), 17);
     EXPECT_FALSE(ImageModified(state));
@@ -637,42 +467,27 @@ TEST_F(MainWindow, NewAsksAndKeepsBandAndCount) {
 
 TEST_F(MainWindow, TheWindowIsWideFromTwentyFourRowsOn) {
     Open();
-    EXPECT_EQ(window->width(), 873);
-    EXPECT_EQ(window->findChild<QWidget *>("Frame1")->width(), 618);
-    Combo("Combo1(3)")->setCurrentIndex(22);
-    emit Combo("Combo1(3)")->activated(22);
-    EXPECT_EQ(window->findChild<QWidget *>("Frame1")->width(), 636);
-    EXPECT_EQ(window->width(), 887);
-}
-
-TEST_F(MainWindow, PreferencesAreWrittenWhenTheWindowCloses) {
-    Open();
-    state.portNumber = 9;
-    Trigger("mnuFile_Exit");
-    EXPECT_EQ(store.values["Model-FreqL"], "400");
-    EXPECT_EQ(store.values["gbPort"], "9");
-    EXPECT_EQ(store.values["gbRows"], "17");
-    EXPECT_EQ(store.values["language"], "0");
+    for (const auto &[rows, windowWidth, frameWidth] : {std::tuple{23, 873, 618}, {24, 887, 636}}) {
+        Choose("Combo1(3)", rows - 2);
+        EXPECT_EQ(window->width(), windowWidth) << rows;
+        EXPECT_EQ(window->findChild<QWidget *>("Frame1")->width(), frameWidth) << rows;
+    }
 }
 
 TEST_F(MainWindow, EveryInputIsReachedByTabAndHasAName) {
     Open();
-    std::vector<std::string> reached;
-    grid->setFocus();
+    const Strings order{"CobFreq",   "Combo1(3)", "Combo1(0)", "Combo1(1)", "Combo1(2)", "Combo1(4)",
+                        "Combo1(5)", "Combo1(6)", "Check1(0)", "Check1(2)", "Check1(3)"};
+    Strings reached;
     for (int i = 0; i < 40; ++i) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        Press({Qt::Key_Tab});
         reached.push_back(FromQt(QApplication::focusWidget()->objectName()));
     }
-    const std::vector<std::string> order{"CobFreq",   "Combo1(3)", "Combo1(0)", "Combo1(1)",
-                                         "Combo1(2)", "Combo1(4)", "Combo1(5)", "Combo1(6)",
-                                         "Check1(0)", "Check1(2)", "Check1(3)"};
     EXPECT_NE(std::search(reached.begin(), reached.end(), order.begin(), order.end()), reached.end());
     EXPECT_NE(std::find(reached.begin(), reached.end(), "ChannelGrid"), reached.end());
-    for (const auto *combo : window->findChildren<QComboBox *>()) {
+    for (const auto *combo : window->findChildren<QComboBox *>())
         EXPECT_FALSE(combo->isVisible() && combo->accessibleName().isEmpty()) << FromQt(combo->objectName());
-    }
 }
 
 } // namespace
-
 } // namespace k470
