@@ -1,10 +1,9 @@
-#include "Widgets.h"
-
 #include "core/AppState.h"
 #include "link/ComPorts.h"
 #include "sim/PtyServer.h"
 #include "sim/SampleMemory.h"
 #include "sim/SimulatedRadio.h"
+#include "tests/Widgets.h"
 #include "ui/main/LanguageForm.h"
 #include "ui/main/frmAbout.h"
 #include "ui/main/frmComPort.h"
@@ -285,13 +284,6 @@ TEST_F(TransferWindow, ClosedBeforeItBeganOpensNoPort) {
         qApp, [] { QApplication::activeModalWidget()->close(); }, Qt::QueuedConnection);
     Run(CloneMode::Read, {Qt::Key_Return});
     EXPECT_EQ(messages, std::vector<Message>{});
-}
-
-TEST_F(TransferWindow, RetryAfterAHangUpStartsAnew) {
-    Serve(MakeSampleMemory(3), {{FaultKind::HangUp, 4}});
-    Run(CloneMode::Read, {Qt::Key_Return, Qt::Key_Return});
-    EXPECT_EQ(messages, (std::vector{RetryOrCancel, ReadDone}));
-    ExpectBar(12);
 }
 
 TEST_F(TransferWindow, CancelAfterTheSearchOfAllPortsRestoresThePort) {

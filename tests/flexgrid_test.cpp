@@ -1,5 +1,4 @@
-#include "Widgets.h"
-
+#include "tests/Widgets.h"
 #include "ui/shared/Twips.h"
 
 #include <QClipboard>

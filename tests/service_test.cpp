@@ -1,8 +1,7 @@
-#include "Widgets.h"
-
 #include "core/Bands.h"
 #include "core/HexCells.h"
 #include "core/Tuning.h"
+#include "tests/Widgets.h"
 #include "ui/service/frmAdv.h"
 #include "ui/service/frmMemoryMap.h"
 #include "ui/service/frmSetFreqRange.h"

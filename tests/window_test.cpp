@@ -1,9 +1,8 @@
-#include "Widgets.h"
-
 #include "core/Bands.h"
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "sim/SampleMemory.h"
+#include "tests/Widgets.h"
 #include "ui/main/IniPreferences.h"
 #include "ui/main/frmMain.h"
 
