@@ -87,8 +87,7 @@ void ChannelEditors::ConnectGrid() {
 void ChannelEditors::FillToneList() {
     QComboBox *tones = cboChannel_[0];
     tones->clear();
-    for (const std::string &tone : state_.toneList)
-        tones->addItem(ToQt(tone));
+    tones->addItems(ToQt(state_.toneList)); // at once: each insertion costs time at the start
 }
 
 RowTexts ChannelEditors::Row(int row) const {

@@ -11,6 +11,8 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace k470 {
 
 namespace {
@@ -18,7 +20,6 @@ namespace {
 constexpr TextPair ModelCaption{"Model Information", "机型信息"};
 constexpr TextPair FunctionCaption{"Function Setup", "功能设定"};
 constexpr auto FullWidthColon = "：";
-constexpr double SmallPrint = 0.9;
 constexpr TextPair Notice{"For authorised service of K470 radios.", "供 K470 对讲机授权维护使用。"};
 
 std::size_t IndexOf(const SettingShape &shape) {
@@ -32,13 +33,11 @@ QString SpokenName(QString caption) {
 
 /// Writes list texts by position, so that a selection stays where it is.
 void WriteEntries(QComboBox *combo, const std::vector<std::string> &texts) {
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        const int position = static_cast<int>(i);
-        if (position < combo->count())
-            combo->setItemText(position, ToQt(texts[i]));
-        else
-            combo->addItem(ToQt(texts[i]));
-    }
+    const QStringList entries = ToQt(texts);
+    const int kept = std::min(combo->count(), static_cast<int>(entries.size()));
+    for (int position = 0; position < kept; ++position)
+        combo->setItemText(position, entries[position]);
+    combo->addItems(entries.mid(kept));
 }
 
 void SelectQuietly(QComboBox *combo, int position) {
@@ -57,9 +56,6 @@ RadioPanel::RadioPanel(AppState &state, QWidget *parent)
     auto *notice = new QLabel(this);
     notice->setObjectName("Label3");
     notice->setWordWrap(true);
-    QFont small = notice->font();
-    small.setPointSizeF(small.pointSizeF() * SmallPrint);
-    notice->setFont(small);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(frame3_);

@@ -3,14 +3,23 @@
 #include "resources/StringTable.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace k470 {
 
 inline QString ToQt(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+inline QStringList ToQt(const std::vector<std::string> &texts) {
+    QStringList list;
+    for (const std::string &text : texts)
+        list.append(ToQt(text));
+    return list;
 }
 
 inline std::string FromQt(const QString &text) {
