@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
+#include <system_error>
 #include <utility>
 
 #include <poll.h>
@@ -32,6 +33,10 @@ std::optional<std::string> PtyServer::Start() {
     if (auto failure = OpenPty())
         return failure;
     wake_ = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (wake_ < 0) {
+        pty_.Close();
+        return "no event descriptor: " + std::system_category().message(errno);
+    }
     thread_ = std::thread(&PtyServer::Serve, this);
     return std::nullopt;
 }

@@ -1,9 +1,10 @@
 #include "sim/ReplayDevice.h"
 
+#include "core/HexCells.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -24,12 +25,14 @@ bool IsFromProgram(const LoggedFrame &frame) {
 std::string CheckTrace(const std::string &path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status))
+    if (status.type() == fs::file_type::not_found)
         return path + ": is not there";
-    if (!fs::is_regular_file(status))
+    if (!error && !fs::is_regular_file(status))
         return path + ": is not a plain file";
-    const std::uintmax_t size = fs::file_size(path, error);
-    return error || size > MaxTraceSize ? path + ": is too large for a log of frames" : "";
+    const std::uintmax_t size = error ? 0 : fs::file_size(path, error);
+    if (error)
+        return path + ": " + error.message();
+    return size > MaxTraceSize ? path + ": is too large for a log of frames" : "";
 }
 
 LoadedTrace Refuse(const std::string &path, const std::string &why) {

@@ -13,17 +13,28 @@ SessionRecorder::SessionRecorder(SimulatedRadio &radio, std::string out,
 }
 
 std::optional<std::string> SessionRecorder::OpenLog(const std::string &path) {
+    logPath_ = path;
     log_.open(path, std::ios::trunc);
     if (!log_)
         return path + ": cannot be written";
     return std::nullopt;
 }
 
+void SessionRecorder::AddLine(const std::string &line) {
+    if (!log_.is_open())
+        return;
+    log_ << line << std::endl;
+    if (log_)
+        return;
+    say_(logPath_ + ": cannot be written");
+    log_.close();
+}
+
 void SessionRecorder::TakeHost(WireTime time) {
     // Replies are logged when they are out, which may be much later than the radio gave them.
     for (const LoggedFrame &frame : radio_.TakeLog())
-        if (frame.direction == FrameDirection::FromProgram && log_.is_open())
-            log_ << FormatLogLine(time, frame.direction, frame.bytes) << std::endl;
+        if (frame.direction == FrameDirection::FromProgram)
+            AddLine(FormatLogLine(time, frame.direction, frame.bytes));
     for (const std::string &complaint : radio_.TakeComplaints())
         say_("complaint: " + complaint);
     if (radio_.EndedSessions() != savedSessions_)
@@ -31,8 +42,7 @@ void SessionRecorder::TakeHost(WireTime time) {
 }
 
 void SessionRecorder::TakeReply(WireTime time, std::span<const std::uint8_t> bytes) {
-    if (log_.is_open())
-        log_ << FormatLogLine(time, FrameDirection::FromRadio, bytes) << std::endl;
+    AddLine(FormatLogLine(time, FrameDirection::FromRadio, bytes));
 }
 
 void SessionRecorder::Finish() {

@@ -29,12 +29,14 @@ public:
     void Finish();
 
 private:
+    void AddLine(const std::string &line);
     void Save();
 
     SimulatedRadio &radio_;
     std::string out_;
     std::function<void(const std::string &)> say_;
-    std::ofstream log_;
+    std::string logPath_;
+    std::ofstream log_; ///< closed when there is none, or when it can no longer be written
     int savedSessions_ = 0;
     MemoryImage lastMemory_;
 };

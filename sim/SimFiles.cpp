@@ -22,12 +22,23 @@ std::string Describe(const std::string &path, const std::error_code &error) {
     return path + ": " + error.message();
 }
 
+/// Makes the staged file or link the one of the path. @return why not, or nothing
+std::optional<std::string> Replace(const std::string &path, const std::string &staging) {
+    std::error_code error;
+    fs::rename(staging, path, error);
+    if (!error)
+        return std::nullopt;
+    const std::string text = Describe(path, error);
+    fs::remove(staging, error);
+    return text;
+}
+
 } // namespace
 
 LoadedMemory LoadMemory(const std::string &path) {
     std::error_code error;
-    if (fs::is_directory(path, error))
-        return {std::nullopt, path + ": is a folder"};
+    if (fs::exists(path, error) && !fs::is_regular_file(path, error))
+        return {std::nullopt, path + ": is not a plain file"};
     std::ifstream file(path, std::ios::binary);
     if (!file)
         return {std::nullopt, path + ": cannot be read"};
@@ -47,17 +58,12 @@ std::optional<std::string> SaveMemory(const std::string &path, const MemoryImage
     for (const std::uint8_t byte : image)
         file.put(static_cast<char>(byte));
     file.close();
-    std::error_code error;
     if (!file) {
+        std::error_code error;
         fs::remove(staging, error);
         return path + ": cannot be written";
     }
-    fs::rename(staging, path, error);
-    if (!error)
-        return std::nullopt;
-    const std::string text = Describe(path, error);
-    fs::remove(staging, error);
-    return text;
+    return Replace(path, staging);
 }
 
 std::optional<std::string> CheckSavable(const std::string &path) {
@@ -79,12 +85,7 @@ std::optional<std::string> PointLink(const std::string &path, const std::string 
     fs::create_symlink(target, staging, error);
     if (error)
         return Describe(path, error);
-    fs::rename(staging, path, error);
-    if (!error)
-        return std::nullopt;
-    const std::string text = Describe(path, error);
-    fs::remove(staging, error);
-    return text;
+    return Replace(path, staging);
 }
 
 void RemoveLink(const std::string &path, const std::string &target) {

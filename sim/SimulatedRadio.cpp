@@ -1,8 +1,9 @@
 #include "sim/SimulatedRadio.h"
 
+#include "core/HexCells.h"
+
 #include <algorithm>
 #include <array>
-#include <optional>
 
 namespace k470 {
 
