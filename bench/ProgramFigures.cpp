@@ -7,7 +7,6 @@
 #include <QThread>
 
 #include <chrono>
-#include <memory>
 
 namespace k470 {
 

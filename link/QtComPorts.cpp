@@ -5,8 +5,6 @@
 #include <QSerialPortInfo>
 #include <QStandardPaths>
 
-#include <utility>
-
 namespace k470 {
 
 namespace {

@@ -28,7 +28,7 @@ std::optional<std::string> CheckKind(const std::string &path) {
     case std::filesystem::file_type::directory:
         return std::make_error_code(std::errc::is_a_directory).message();
     default:
-        return error ? error.message() : "Not a regular file";
+        return error ? error.message() : "Neither a file nor a device";
     }
 }
 

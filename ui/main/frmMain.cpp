@@ -379,10 +379,10 @@ void frmMain::FileExit() {
     close();
 }
 
-void frmMain::OpenNamed(const QString &path) {
-    const auto failure = files_.OpenNamed(FromQt(path));
+void frmMain::OpenNamed(const std::string &path) {
+    const auto failure = files_.OpenNamed(path);
     if (failure && failure->kind == LoadFailure::Kind::Unreadable)
-        std::fprintf(stderr, "k470: %s: %s\n", qPrintable(path), failure->text.c_str());
+        std::fprintf(stderr, "k470: %s: %s\n", path.c_str(), failure->text.c_str());
 }
 
 void frmMain::ReadRadio() {

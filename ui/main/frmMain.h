@@ -33,7 +33,7 @@ public:
     frmMain(AppState &state, PreferenceStore &store);
 
     /// Opens a codeplug file as the Open command does after its dialog.
-    void OpenNamed(const QString &path);
+    void OpenNamed(const std::string &path);
 
     // Commands of the menu and the toolbar, in the order of the menu bar.
     void FileNew();

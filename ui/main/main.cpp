@@ -27,7 +27,7 @@ int RunWindow(int argc, char **argv, const std::string &file) {
     k470::frmMain window(state, preferences);
     window.show();
     if (!file.empty())
-        QTimer::singleShot(0, &window, [&window, &file] { window.OpenNamed(QString::fromStdString(file)); });
+        QTimer::singleShot(0, &window, [&window, &file] { window.OpenNamed(file); });
     return QApplication::exec();
 }
 
