@@ -52,9 +52,12 @@ std::optional<std::string> MakeFolders(const fs::path &folder) {
     fs::path part;
     for (const fs::path &name : folder) {
         part /= name;
+        if (::mkdir(part.c_str(), OwnerOnly) == 0)
+            continue;
+        const int failure = errno; // which is none when the folder is there, perhaps since a moment ago
         std::error_code error;
-        if (!fs::is_directory(part, error) && ::mkdir(part.c_str(), OwnerOnly) != 0)
-            return WithSystemWords(part.string(), errno);
+        if (!fs::is_directory(part, error))
+            return WithSystemWords(part.string(), failure);
     }
     return std::nullopt;
 }

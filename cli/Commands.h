@@ -21,18 +21,19 @@ enum ExitCode : int {
 
 struct ExitMeaning {
     ExitCode code;
+    const char *result; ///< the word for machines
     const char *meaning;
 };
 
 inline constexpr std::array<ExitMeaning, 8> ExitMeanings{{
-    {ExitDone, "done"},
-    {ExitDiffers, "the files differ, or the check found warnings"},
-    {ExitUsage, "usage: unknown, missing or contradictory arguments"},
-    {ExitFile, "file: cannot be read or written, or holds no image that the command can use"},
-    {ExitPort, "port: not there, not permitted, in use, or no serial port"},
-    {ExitRadio, "radio: no answer, wrong answers, or lines missing from a read"},
-    {ExitVerify, "verify failed: the radio does not hold what it should"},
-    {ExitInterrupted, "interrupted by Ctrl+C, a request to end or a hang-up of the terminal"},
+    {ExitDone, "done", "done"},
+    {ExitDiffers, "differs", "the files differ, or the check found warnings"},
+    {ExitUsage, "usage", "usage: unknown, missing or contradictory arguments"},
+    {ExitFile, "fileFailed", "file: cannot be read or written, or holds no image that the command can use"},
+    {ExitPort, "portFailed", "port: not there, not permitted, in use, or no serial port"},
+    {ExitRadio, "radioFailed", "radio: no answer, wrong answers, or lines missing from a read"},
+    {ExitVerify, "differs", "verify failed: the radio does not hold what it should"},
+    {ExitInterrupted, "interrupted", "interrupted by Ctrl+C, a request to end or a hang-up of the terminal"},
 }};
 
 /// What the arguments say. Each command uses those that it asks for.

@@ -40,11 +40,11 @@ std::string Console::Phrase(const TextPair &pair, std::initializer_list<std::str
 bool Console::PrintResult(std::string_view text) const {
     constexpr TextPair NotWritten{"The output could not be written.", "无法写入输出。"};
     ClearProgress();
+    const bool before = std::cout.good();
     std::cout << text << std::flush;
-    if (std::cout.good())
-        return true;
-    PrintError(Phrase(NotWritten));
-    return false;
+    if (before && !std::cout.good())
+        PrintError(Phrase(NotWritten));
+    return std::cout.good();
 }
 
 void Console::PrintError(std::string_view text) const {

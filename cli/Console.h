@@ -22,7 +22,8 @@ public:
 
     // Both take a progress line away first.
 
-    /// What the command was asked for. @return whether standard output took it; else an error is printed
+    /// What the command was asked for. @return whether standard output took it; the first time that
+    /// it does not, an error is printed
     bool PrintResult(std::string_view text) const;
     void PrintError(std::string_view text) const;
     /// A word of success, a line; nothing when quiet.

@@ -2,7 +2,6 @@
 
 #include "cli/Console.h"
 #include "cli/TextTable.h"
-#include "core/FrameLog.h"
 #include "core/HexCells.h"
 #include "core/Settings.h"
 
@@ -54,12 +53,6 @@ std::string ValueText(const std::string &value) {
     return value.empty() ? "-" : value;
 }
 
-std::string AddressText(std::size_t address) {
-    constexpr std::size_t BytesAPage = 256;
-    return HexCellText(static_cast<std::uint8_t>(address / BytesAPage)) +
-           HexCellText(static_cast<std::uint8_t>(address % BytesAPage));
-}
-
 } // namespace
 
 std::string DifferencesAsText(const std::vector<FieldDifference> &fields, const std::vector<ByteRun> &bytes,
@@ -72,7 +65,7 @@ std::string DifferencesAsText(const std::vector<FieldDifference> &fields, const 
     std::vector<TextRow> byteRows;
     byteRows.reserve(bytes.size());
     for (const ByteRun &run : bytes)
-        byteRows.push_back({AddressText(run.address), HexText(run.first), HexText(run.second)});
+        byteRows.push_back({HexAddress(run.address), HexText(run.first), HexText(run.second)});
     return FormatTable(fieldRows) + (fields.empty() ? "" : "\n") + FormatTable(byteRows);
 }
 

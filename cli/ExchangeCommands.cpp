@@ -3,7 +3,7 @@
 #include "cli/DifferenceTable.h"
 #include "cli/ImageFiles.h"
 #include "cli/ImageJson.h"
-#include "cli/JsonText.h"
+#include "cli/Outcome.h"
 #include "core/ImageChecks.h"
 #include "files/WholeFile.h"
 
@@ -44,9 +44,8 @@ constexpr std::array<ExchangeForm, 2> Forms{{
 }};
 
 const ExchangeForm *FormOf(const std::string &path) {
-    const QString name = QString::fromStdString(path);
-    const auto form = std::find_if(Forms.begin(), Forms.end(), [&name](const ExchangeForm &each) {
-        return name.endsWith(QString::fromUtf8(each.ending.data()), Qt::CaseInsensitive);
+    const auto form = std::find_if(Forms.begin(), Forms.end(), [&path](const ExchangeForm &each) {
+        return HasEnding(path, each.ending);
     });
     return form == Forms.end() ? nullptr : form;
 }

@@ -4,6 +4,9 @@
 
 namespace k470 {
 
+/// Makes the image file of a radio without programmed channels.
+ExitCode RunNew(const CommandArguments &arguments, const Console &console);
+
 /// Prints the channels, the band and the settings of an image file.
 ExitCode RunShow(const CommandArguments &arguments, const Console &console);
 

@@ -1,6 +1,7 @@
 #include "cli/ImageFiles.h"
 
 #include "cli/Console.h"
+#include "core/FieldTexts.h"
 #include "files/CodeplugFile.h"
 #include "files/WholeFile.h"
 
@@ -70,7 +71,7 @@ FileFailure CheckTarget(const std::string &path) {
     case fs::file_type::not_found:
         break;
     default:
-        return "Not a regular file";
+        return error ? error.message() : std::string(NotRegularFile);
     }
     return CheckAccess(target.parent_path(), W_OK | X_OK);
 }
@@ -78,11 +79,11 @@ FileFailure CheckTarget(const std::string &path) {
 } // namespace
 
 bool IsPackedName(std::string_view path) {
-    return path.size() >= FileExtension.size() &&
-           std::equal(FileExtension.begin(), FileExtension.end(), path.end() - FileExtension.size(),
-                      [](char expected, char c) {
-                          return expected == (c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
-                      });
+    return HasEnding(path, FileExtension);
+}
+
+bool HasEnding(std::string_view path, std::string_view ending) {
+    return path.size() >= ending.size() && IsSameWord(path.substr(path.size() - ending.size()), ending);
 }
 
 std::optional<std::string> LoadImageFile(const std::string &path, MemoryImage &image, Language language) {

@@ -14,6 +14,9 @@ namespace k470 {
 
 bool IsPackedName(std::string_view path);
 
+/// Whether the name ends so, in upper or lower case.
+bool HasEnding(std::string_view path, std::string_view ending);
+
 /// @return why the file gives no image, which is then untouched; nothing when it was loaded
 [[nodiscard]] std::optional<std::string> LoadImageFile(const std::string &path, MemoryImage &image,
                                                        Language language);

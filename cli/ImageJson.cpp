@@ -3,10 +3,9 @@
 #include "cli/Console.h"
 #include "cli/JsonText.h"
 #include "core/FieldTexts.h"
-#include "core/FrameLog.h"
+#include "core/HexCells.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <set>
 #include <utility>

@@ -6,8 +6,7 @@
 namespace k470 {
 
 /// While one of these lives, Ctrl+C and the other ending signals end nothing by themselves: they are kept
-/// until somebody asks. Nor does output that nobody
-/// reads any more end the program. One at a time.
+/// until somebody asks. Nor does output that nobody reads any more end the program. One at a time.
 class InterruptWatch {
 public:
     InterruptWatch();

@@ -30,10 +30,8 @@ std::vector<TextRow> ChannelTable(const MemoryImage &image, Language language) {
 }
 
 std::string BandRange(const MemoryImage &image) {
-    AppState state;
-    state.image = image;
-    LoadBandLimits(state);
-    return ShortestDecimal(state.bandLow) + " - " + ShortestDecimal(state.bandHigh) + " MHz";
+    const Band limits = GetBandLimits(image);
+    return ShortestDecimal(limits.low) + " - " + ShortestDecimal(limits.high) + " MHz";
 }
 
 } // namespace

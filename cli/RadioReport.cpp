@@ -1,11 +1,9 @@
 #include "cli/RadioReport.h"
 
-#include "cli/JsonText.h"
-#include "core/FrameLog.h"
+#include "cli/Outcome.h"
+#include "core/HexCells.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 namespace k470 {
 
@@ -19,12 +17,6 @@ constexpr TextPair OtherBytes{"{}, address {}: {} expected, {} found.", "{}，�
 constexpr TextPair LeftOut{"{}, address {}: {} expected, but the radio leaves the line out.",
                            "{}，地址 {}：应为 {}，但对讲机没有此行。"};
 constexpr TextPair More{"{} more lines differ.", "另有 {} 行不同。"};
-
-std::string HexAddress(std::size_t address) {
-    std::array<char, 8> text{};
-    std::snprintf(text.data(), text.size(), "%04X", static_cast<unsigned>(address & 0xFFFF));
-    return text.data();
-}
 
 std::string DifferenceSentence(const LineDifference &difference, const Console &console) {
     const std::string line = std::to_string(difference.line);
@@ -62,7 +54,9 @@ Json JsonOf(const RadioReport &report) {
         json["radioMayHoldMixture"] = *report.mayHoldMixture;
     json["differences"] = report.differences ? JsonOf(*report.differences) : Json();
     json["missingLines"] = report.missingLines ? Json(*report.missingLines) : Json();
-    json["message"] = Join(report.sentences);
+    std::vector<std::string> sentences = report.successes;
+    sentences.insert(sentences.end(), report.sentences.begin(), report.sentences.end());
+    json["message"] = Join(sentences);
     return json;
 }
 
@@ -80,11 +74,13 @@ std::vector<std::string> DifferenceSentences(const std::vector<LineDifference> &
 }
 
 ExitCode TellReport(const RadioReport &report, bool json, const Console &console) {
-    for (const std::string &sentence : report.sentences)
-        if (report.code != ExitDone)
-            console.PrintError(sentence);
-        else if (!json)
+    const bool failed = report.code != ExitDone;
+    for (const std::string &sentence : failed ? report.successes : report.sentences)
+        if (!json)
             console.PrintSuccess(sentence);
+    if (failed)
+        for (const std::string &sentence : report.sentences)
+            console.PrintError(sentence);
     const bool told = !json || console.PrintResult(DumpJson(JsonOf(report)));
     return report.code == ExitDone && !told ? ExitFile : report.code;
 }

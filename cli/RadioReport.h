@@ -15,8 +15,8 @@ struct RadioReport {
     std::string command;
     std::string port;
     ExitCode code = ExitDone;
-    std::vector<std::string>
-        sentences{}; ///< for the user: of success when the code is ExitDone, else of failure
+    std::vector<std::string> successes{}; ///< for the user: what went well before something else failed
+    std::vector<std::string> sentences{}; ///< of success when the code is ExitDone, else of failure
 
     std::optional<std::vector<int>> missingLines{}; ///< lines that a read did not bring
     std::optional<std::vector<LineDifference>> differences{};

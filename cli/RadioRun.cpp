@@ -123,9 +123,11 @@ bool RadioRun::TakeEnd(const CloneReport &session) {
 
 ExitCode RadioRun::Finish() {
     if (const auto &failure = trace_.Failure(); failure && traced_) {
-        Say(TraceBroken, {arguments_.trace, *failure});
-        if (report_.code == ExitDone)
+        if (report_.code == ExitDone) {
             report_.code = ExitFile;
+            report_.successes = std::exchange(report_.sentences, {});
+        }
+        Say(TraceBroken, {arguments_.trace, *failure});
     }
     return TellReport(report_, arguments_.json, console_);
 }

@@ -1,6 +1,6 @@
+#include "cli/CheckCommand.h"
 #include "cli/ExchangeCommands.h"
 #include "cli/ImageCommands.h"
-#include "cli/NewAndCheck.h"
 #include "cli/RadioCommands.h"
 
 #include <CLI/CLI.hpp>

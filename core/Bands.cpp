@@ -61,9 +61,14 @@ void StoreBandLimits(AppState &state) {
     StoreLimit(state.image, Address::BandHigh, state.bandHigh);
 }
 
+Band GetBandLimits(const MemoryImage &image) {
+    return {LoadLimit(image, Address::BandLow), LoadLimit(image, Address::BandHigh)};
+}
+
 void LoadBandLimits(AppState &state) {
-    state.bandLow = LoadLimit(state.image, Address::BandLow);
-    state.bandHigh = LoadLimit(state.image, Address::BandHigh);
+    const Band limits = GetBandLimits(state.image);
+    state.bandLow = limits.low;
+    state.bandHigh = limits.high;
 }
 
 void ChangeBand(AppState &state, std::uint8_t position, Band limits) {

@@ -3,11 +3,13 @@
 #include "core/AppState.h"
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace k470 {
 
-/// A standard band, MHz.
+/// Limits in MHz.
 struct Band {
     double low;
     double high;
@@ -31,8 +33,10 @@ bool IsSpanAllowed(Band band);
 /// limit outside 0 to 999.9 MHz leaves its bytes as they are.
 void StoreBandLimits(AppState &state);
 
-/// Sets the band limits of the state from the image. Bytes that are not packed decimal read as far as they
-/// are.
+/// The band limits of an image. Bytes that are not packed decimal read as far as they are.
+Band GetBandLimits(const MemoryImage &image);
+
+/// Sets the band limits of the state from its image.
 void LoadBandLimits(AppState &state);
 
 /// Makes another band the band in force: limits, list position, image; erases the channels.

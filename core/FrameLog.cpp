@@ -1,5 +1,7 @@
 #include "core/FrameLog.h"
 
+#include "core/HexCells.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -48,18 +50,6 @@ std::optional<std::uint8_t> TakeByte(std::string_view &line) {
 }
 
 } // namespace
-
-std::string HexText(std::span<const std::uint8_t> bytes) {
-    constexpr std::string_view HexDigits = "0123456789ABCDEF";
-    std::string text;
-    for (const std::uint8_t byte : bytes) {
-        if (!text.empty())
-            text += ' ';
-        text += HexDigits[byte >> 4];
-        text += HexDigits[byte & 0x0F];
-    }
-    return text;
-}
 
 std::string FormatLogLine(std::chrono::nanoseconds time, FrameDirection direction,
                           std::span<const std::uint8_t> bytes) {

@@ -10,9 +10,6 @@
 
 namespace k470 {
 
-/// Two upper-case digits a byte, a blank between: "52 00 10 10".
-std::string HexText(std::span<const std::uint8_t> bytes);
-
 enum class FrameDirection : std::uint8_t { FromProgram, FromRadio };
 
 struct LoggedFrame {

@@ -21,6 +21,18 @@ std::string HexCellText(std::uint8_t byte) {
     return {HexDigit(byte / 16), HexDigit(byte % 16)};
 }
 
+std::string HexText(std::span<const std::uint8_t> bytes) {
+    std::string text;
+    for (const std::uint8_t byte : bytes)
+        text += (text.empty() ? "" : " ") + HexCellText(byte);
+    return text;
+}
+
+std::string HexAddress(std::size_t address) {
+    return HexCellText(static_cast<std::uint8_t>(address >> 8 & 0xFF)) +
+           HexCellText(static_cast<std::uint8_t>(address & 0xFF));
+}
+
 std::uint8_t HexCellByte(std::string_view text) {
     if (text.size() < CellDigits)
         return 0;

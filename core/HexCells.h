@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -9,6 +11,12 @@ namespace k470 {
 
 /// A byte as the two upper-case hexadecimal characters of its cell: 10 gives "0A".
 std::string HexCellText(std::uint8_t byte);
+
+/// The cells of the bytes, a blank between: "52 00 10 10".
+std::string HexText(std::span<const std::uint8_t> bytes);
+
+/// An address of the image in four digits: "066F".
+std::string HexAddress(std::size_t address);
 
 /// The byte of a cell's text. @param text two characters "0" to "9", "A" to "F"; 0 for a shorter text
 std::uint8_t HexCellByte(std::string_view text);

@@ -1,10 +1,9 @@
 #include "core/ImageChecks.h"
 
-#include "core/AppState.h"
 #include "core/Bands.h"
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
-#include "core/FrameLog.h"
+#include "core/HexCells.h"
 #include "core/NumberText.h"
 #include "core/Settings.h"
 #include "core/Tones.h"
@@ -57,13 +56,6 @@ struct Findings {
         warnings.push_back({kind, channel, field, std::move(value)});
     }
 };
-
-Band BandOf(const MemoryImage &image) {
-    AppState state;
-    state.image = image;
-    LoadBandLimits(state);
-    return {state.bandLow, state.bandHigh};
-}
 
 int ChannelsInUse(const MemoryImage &image) {
     const int count = image[Address::ChannelCount];
@@ -171,7 +163,7 @@ void CheckChannel(Findings &findings, int ch) {
 
 /// Neither the radio nor the grid has a place for it.
 void CheckUnusedChannel(Findings &findings, int ch) {
-    if (!IsMarkedEmpty(findings.image, ch) && !IsEmptyChannel(findings.image, ch))
+    if (!IsEmptyChannel(findings.image, ch))
         findings.Warn(Kind::BeyondCount, ch, "receiveFrequency",
                       GetFreqString(findings.image, Field::Rx, ch));
 }
@@ -179,11 +171,14 @@ void CheckUnusedChannel(Findings &findings, int ch) {
 } // namespace
 
 std::vector<ImageWarning> CheckImage(const MemoryImage &image) {
-    Findings findings{image, BandOf(image)};
+    Findings findings{image, GetBandLimits(image)};
     CheckBand(findings);
     CheckSettings(findings);
-    for (int ch = 0; ch < MaxChannels; ++ch)
-        ch < ChannelsInUse(image) ? CheckChannel(findings, ch) : CheckUnusedChannel(findings, ch);
+    const int used = ChannelsInUse(image);
+    for (int ch = 0; ch < used; ++ch)
+        CheckChannel(findings, ch);
+    for (int ch = used; ch < MaxChannels; ++ch)
+        CheckUnusedChannel(findings, ch);
     return std::move(findings.warnings);
 }
 

@@ -243,11 +243,15 @@ private:
             TakeName(row, static_cast<std::size_t>(*number));
         else
             Refuse(row, {ColNumber, NumberNeeded});
-        // The cells of a row without a place are looked into all the same.
-        MemoryImage nowhere = image_;
         for (const CellProblem &problem :
-             ApplyChannelCells(known ? image_ : nowhere, known ? *number - 1 : 0, row.cells))
+             known ? ApplyChannelCells(image_, *number - 1, row.cells) : CheckChannelCells(row.cells))
             Refuse(row, problem);
+    }
+
+    /// The cells of a row without a place are looked into all the same.
+    CellProblems CheckChannelCells(const FieldCells &cells) const {
+        MemoryImage nowhere = image_;
+        return ApplyChannelCells(nowhere, 0, cells);
     }
 
     void TakeSetting(const FieldRow &row) {

@@ -21,7 +21,6 @@ constexpr int MaxTempNames = 100;
 constexpr mode_t OwnerOnly = 0600;
 constexpr mode_t Everyone = 0666; ///< the user's mask takes away from it
 constexpr mode_t ModeBits = 07777;
-constexpr const char *NotRegular = "Not a regular file";
 
 std::string SystemText(int error) {
     return std::system_category().message(error);
@@ -36,7 +35,7 @@ FileFailure CheckRegular(const struct stat &status) {
     if (S_ISDIR(status.st_mode))
         return SystemText(EISDIR);
     if (!S_ISREG(status.st_mode))
-        return NotRegular;
+        return NotRegularFile;
     return std::nullopt;
 }
 

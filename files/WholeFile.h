@@ -12,6 +12,9 @@ namespace k470 {
 /// Why a file could not be read or written, in the system's own words.
 using FileFailure = std::optional<std::string>;
 
+/// What the system has no words for: a pipe, a device or a socket where a file is needed.
+inline constexpr const char *NotRegularFile = "Not a regular file";
+
 /// Reads a regular file from its start. A file larger than the limit gives limit + 1 bytes, the rest is not
 /// read.
 /// @return why not; nothing when it was read

@@ -1,6 +1,7 @@
 #include "cli/Backup.h"
 #include "cli/CloneRun.h"
 #include "cli/ImageFiles.h"
+#include "core/HexCells.h"
 #include "link/TracedPort.h"
 #include "link/TransferCheck.h"
 #include "sim/ReplayDevice.h"
