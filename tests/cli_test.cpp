@@ -46,6 +46,7 @@ TEST_F(CliTest, EveryCommandEndsWithItsCodeAndWords) {
     const QString raw = Save("raw.bin", MakeSampleMemory(3));
     const QString made = In("made.tw");
     const QString hundred = Save("hundred.bin", ErasedImage(100));
+    const QString ninth = Put("ninth.csv", "Channel,Receive MHz\n9,446\n");
     const Variables ports{{"K470_PORTS", "COM7=/dev/radio;COM3=/dev/null"}};
     ExpectEndings({
         {{"--help"}, 0, "\n  6    verify failed", ""},
@@ -60,6 +61,11 @@ TEST_F(CliTest, EveryCommandEndsWithItsCodeAndWords) {
         {{"export", raw, In("data.csv")}, 0, "", ""},
         {{"import", In("data.csv"), made}, 0, "Channels taken over: 3\n", ""},
         {{"diff", "--json", raw, made}, 1, "\"fields\": []", ""},
+        {{"import", ninth, made},
+         0,
+         "Channels taken over: 1\n",
+         "1 programmed channels are beyond the channel count 3"},
+        {{"check", made}, 1, "channel 9  receive frequency  446.00000  beyond the channel count", ""},
         {{"show", "--json", raw}, 0, "\"receiveFrequency\": \"400.50000\"", ""},
         {{"show", raw}, 0, EnglishRows, ""},
         {{"show", "--lang", "zh", raw}, 0, ChineseRow, ""},
@@ -85,6 +91,7 @@ TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
     const QString junk = Put("junk.tw", "no codeplug");
     const QString table = Put("bad.csv", "Channel,Receive MHz\n1,446\n2,x\n");
     const QString raw = Save("raw.bin", SampleImage(3));
+    const QString image = Save("image.json", SampleImage(3));
     ASSERT_TRUE(QDir().mkdir(In("folder")));
     const QString missing = In("missing");
     const QStringList before = QDir(In("")).entryList(QDir::AllEntries | QDir::Hidden);
@@ -100,7 +107,10 @@ TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
         {{"new", "--band", "400-480", "--channels", "100", missing}, 2, "", "100"},
         {{"export", raw, missing}, 2, "", ".json or .csv"},
         {{"import", table, raw}, 3, "", "line 3: Receive MHz \"x\""},
+        {{"import", "--json", table, raw}, 3, "\"place\": \"line 3\"", "line 3"},
+        {{"export", image, image}, 3, "", "would overwrite the image"},
         {{"show", missing}, 3, "", "missing: No such file"},
+        {{"show", "--json", missing}, 3, "\"fileFailed\"", "missing: No such file"},
         {{"check", In("folder")}, 3, "", "folder: Is a directory"},
         {{"show", old}, 3, "", "not an image; 1792 raw bytes"},
         {{"diff", raw, junk}, 3, "", "not a codeplug file"},
