@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
 #include <string>
 #include <variant>
 #include <vector>
@@ -127,6 +128,8 @@ ExitCode RunCommand(const CommandShape &shape, const CommandArguments &arguments
                     bool quiet, int argc, char **argv) {
     // What fails is told by the commands in the user's language; remarks for developers would mix with it.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    // A file beyond the size limit is a failed save, not the end of the program in the middle of a write.
+    std::signal(SIGXFSZ, SIG_IGN);
     const QCoreApplication application(argc, argv);
     return shape.run(arguments, Console(language, quiet));
 }

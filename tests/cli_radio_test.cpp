@@ -243,12 +243,13 @@ TEST_F(CliRadioTest, ATraceThatBreaksOffIsAFileErrorAfterTheWholeSession) {
                 process.setChildProcessModifier([] {
                     const rlimit files{300, 300};
                     ::setrlimit(RLIMIT_FSIZE, &files);
-                    ::signal(SIGXFSZ, SIG_IGN);
                 });
             });
     const Ending ending = cli.Wait();
     EXPECT_EQ(ending.code, 3);
+    EXPECT_TRUE(ending.output.startsWith("The radio holds the image of")) << ending.output.toStdString();
     EXPECT_TRUE(ending.errors.contains("the trace is not complete")) << ending.errors.toStdString();
+    EXPECT_FALSE(ending.errors.contains("The radio holds")) << "a success told as an error";
     EXPECT_EQ(radio.Stop(), "");
     EXPECT_EQ(radio.Frames().last(), "> 45");
 }
