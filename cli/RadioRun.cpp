@@ -2,7 +2,7 @@
 
 #include "cli/ImageFiles.h"
 #include "core/Preferences.h"
-#include "link/CloneSession.h"
+#include "link/MissingLines.h"
 
 #include <utility>
 

@@ -132,7 +132,4 @@ private:
 std::string ProgressText(int value, int maximum, Language language);
 std::string InitialProgressText(Language language);
 
-/// The warning that names the lines which a completed read lacks.
-std::string MissingLinesText(const std::vector<int> &lines, Language language);
-
 } // namespace k470

@@ -1,6 +1,7 @@
 #include "core/AppState.h"
 #include "link/CloneFrames.h"
 #include "link/CloneSession.h"
+#include "link/MissingLines.h"
 #include "sim/SampleMemory.h"
 #include "sim/SimulatedRadio.h"
 #include "tests/FakeClone.h"

@@ -1,5 +1,6 @@
 #include "ui/main/frmclone.h"
 
+#include "link/MissingLines.h"
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
 #include "ui/shared/Twips.h"
