@@ -1,5 +1,6 @@
 #include "sim/Faults.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <utility>
@@ -8,14 +9,18 @@ namespace k470 {
 
 namespace {
 
+using Bytes = std::vector<std::uint8_t>;
+
 constexpr std::uint8_t AckByte = 0x06;
+constexpr std::size_t HeaderSize = 4; ///< of a line
 
 constexpr unsigned Bit(ReplyKind kind) {
     return 1U << static_cast<unsigned>(kind);
 }
 
 constexpr unsigned Acknowledges = Bit(ReplyKind::Acknowledge) | Bit(ReplyKind::LineAcknowledge);
-constexpr unsigned Replies = Acknowledges | Bit(ReplyKind::Data);
+constexpr unsigned AnyData = Bit(ReplyKind::Identification) | Bit(ReplyKind::Line);
+constexpr unsigned Replies = Acknowledges | AnyData;
 constexpr unsigned Everything = Replies | Bit(ReplyKind::End);
 
 /// From 0 to below `end`. The standard distributions differ between libraries, a seed must not.
@@ -29,60 +34,85 @@ std::uint8_t DrawNoise(std::mt19937 &random) {
     return noise >= AckByte ? static_cast<std::uint8_t>(noise + 1) : noise;
 }
 
-void DropReply(Reply &reply, std::mt19937 &) {
-    reply.bytes.clear();
+void DropReply(FaultInjector::Outcome &outcome, std::mt19937 &) {
+    outcome.reply.bytes.clear();
 }
 
-void CutData(Reply &reply, std::mt19937 &random) {
-    reply.bytes.resize(1 + Draw(random, reply.bytes.size() - 1));
+void CutData(FaultInjector::Outcome &outcome, std::mt19937 &random) {
+    Bytes &bytes = outcome.reply.bytes;
+    bytes.resize(1 + Draw(random, bytes.size() - 1));
 }
 
-void AppendNoise(Reply &reply, std::mt19937 &random) {
-    reply.bytes.push_back(DrawNoise(random));
+void AppendNoise(FaultInjector::Outcome &outcome, std::mt19937 &random) {
+    outcome.reply.bytes.push_back(DrawNoise(random));
 }
 
-void ReplaceByNoise(Reply &reply, std::mt19937 &random) {
-    reply.bytes.assign(1, DrawNoise(random));
+void ReplaceByNoise(FaultInjector::Outcome &outcome, std::mt19937 &random) {
+    outcome.reply.bytes.assign(1, DrawNoise(random));
 }
 
-void DelayReply(Reply &reply, std::mt19937 &) {
-    reply.delayMs = LateReplyMs;
+void DelayReply(FaultInjector::Outcome &outcome, std::mt19937 &) {
+    outcome.reply.delayMs = LateReplyMs;
 }
 
-void FlipBits(Reply &reply, std::mt19937 &random) {
-    const std::uint32_t index = Draw(random, reply.bytes.size());
+void FlipBits(FaultInjector::Outcome &outcome, std::mt19937 &random) {
+    Bytes &bytes = outcome.reply.bytes;
+    const std::uint32_t index = Draw(random, bytes.size());
     const std::uint32_t bits = 1 + Draw(random, 255);
-    reply.bytes[index] = static_cast<std::uint8_t>(reply.bytes[index] ^ bits);
+    bytes[index] = static_cast<std::uint8_t>(bytes[index] ^ bits);
 }
 
-void PrependNoise(Reply &reply, std::mt19937 &random) {
-    std::vector<std::uint8_t> strays(1 + Draw(random, MaxStrayBytes));
+void PrependNoise(FaultInjector::Outcome &outcome, std::mt19937 &random) {
+    Bytes strays(1 + Draw(random, MaxStrayBytes));
     for (std::uint8_t &stray : strays)
         stray = DrawNoise(random);
-    reply.bytes.insert(reply.bytes.begin(), strays.begin(), strays.end());
+    Bytes &bytes = outcome.reply.bytes;
+    bytes.insert(bytes.begin(), strays.begin(), strays.end());
 }
 
-void HangUpLine(Reply &reply, std::mt19937 &) {
-    reply.bytes.clear();
-    reply.hangUp = true;
+void HangUpLine(FaultInjector::Outcome &outcome, std::mt19937 &) {
+    outcome.reply.bytes.clear();
+    outcome.reply.hangUp = true;
 }
 
-void LeaveReply(Reply &, std::mt19937 &) {
+void LeaveReply(FaultInjector::Outcome &, std::mt19937 &) {
+}
+
+void DoubleReply(FaultInjector::Outcome &outcome, std::mt19937 &) {
+    outcome.second = outcome.reply;
+}
+
+void DoubleReplyLate(FaultInjector::Outcome &outcome, std::mt19937 &) {
+    outcome.second = outcome.reply;
+    outcome.second->delayMs = LateDoubleMs;
+}
+
+/// Behind the header of a line, so that a program sees a good one.
+void InsertByte(FaultInjector::Outcome &outcome, std::mt19937 &random) {
+    Bytes &bytes = outcome.reply.bytes;
+    const std::size_t index = HeaderSize + Draw(random, bytes.size() - HeaderSize);
+    bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(index),
+                 static_cast<std::uint8_t>(Draw(random, 256)));
+}
+
+void ReplaceHeader(FaultInjector::Outcome &outcome, std::mt19937 &) {
+    constexpr std::array<std::uint8_t, HeaderSize> OwnHeader{0x4B, 0x34, 0x37, 0x30};
+    std::copy(OwnHeader.begin(), OwnHeader.end(), outcome.reply.bytes.begin());
 }
 
 struct KindRow {
     FaultKind kind;
     std::string_view name;
     std::string_view help;
-    unsigned strikes;                       ///< bits of the kinds of reply that it can strike
-    bool lineStored;                        ///< whether the acknowledge of a line still leaves as such
-    void (*spoil)(Reply &, std::mt19937 &); ///< called only with a reply of a kind that it can strike
+    unsigned strikes; ///< bits of the kinds of reply that it can strike
+    bool lineStored;  ///< whether the acknowledge of a line still leaves as such
+    void (*spoil)(FaultInjector::Outcome &, std::mt19937 &); ///< called only with a reply that it can strike
+    bool lasts = false; ///< strikes at later steps too, the identification excepted
 };
 
-constexpr std::array<KindRow, 9> KindTable{{
+constexpr std::array<KindRow, 13> KindTable{{
     {FaultKind::NoReply, "no-reply", "the radio stays silent", Replies, false, DropReply},
-    {FaultKind::ShortData, "short-data", "identification or line data stop early", Bit(ReplyKind::Data),
-     false, CutData},
+    {FaultKind::ShortData, "short-data", "identification or line data stop early", AnyData, false, CutData},
     {FaultKind::ExtraByte, "extra-byte", "one more byte follows the reply", Everything, true, AppendNoise},
     {FaultKind::WrongAck, "wrong-ack", "another byte instead of 06; strikes acknowledges only", Acknowledges,
      false, ReplaceByNoise},
@@ -94,6 +124,15 @@ constexpr std::array<KindRow, 9> KindTable{{
      HangUpLine},
     {FaultKind::NoStore, "no-store", "a written line is acknowledged and not stored",
      Bit(ReplyKind::LineAcknowledge), false, LeaveReply},
+    {FaultKind::DoubleAck, "double-ack", "an acknowledge comes twice, at once", Acknowledges, true,
+     DoubleReply},
+    {FaultKind::LateDoubleAck, "late-double-ack", "an acknowledge comes twice, 1 ms apart", Acknowledges,
+     true, DoubleReplyLate},
+    {FaultKind::InsertedByte, "inserted-byte", "one byte too many among those of a line",
+     Bit(ReplyKind::Line), false, InsertByte},
+    {FaultKind::OwnHeaders, "own-headers",
+     "lines from STEP on, all without COUNT, bear a header without address", Bit(ReplyKind::Line), true,
+     ReplaceHeader, true},
 }};
 
 const KindRow &RowOf(FaultKind kind) {
@@ -141,7 +180,7 @@ ParsedFault ParseFault(std::string_view text) {
     const std::optional<int> step = ParseNumber(place.substr(0, times), HandshakeStep, EndStepNumber);
     if (!step)
         return Refuse(text, "the step is no number from 0 to 110");
-    Fault fault{.kind = *kind, .step = *step};
+    Fault fault{.kind = *kind, .step = *step, .count = RowOf(*kind).lasts ? MaxFaultCount : 1};
     if (times == std::string_view::npos)
         return {fault, ""};
     const std::optional<int> count = ParseNumber(place.substr(times + 1), 1, MaxFaultCount);
@@ -156,7 +195,7 @@ std::string_view FaultKindName(FaultKind kind) {
 }
 
 std::string FaultKindHelp() {
-    constexpr std::size_t NameWidth = 14;
+    constexpr std::size_t NameWidth = 17;
     std::string help;
     for (const KindRow &row : KindTable) {
         std::string name(row.name);
@@ -174,14 +213,15 @@ FaultInjector::Outcome FaultInjector::Apply(int step, ReplyKind kind, std::vecto
     Outcome outcome{.reply = {.bytes = std::move(bytes)}};
     for (Fault &fault : faults_) {
         const KindRow &row = RowOf(fault.kind);
-        if (fault.step != step || fault.count == 0 || (row.strikes & Bit(kind)) == 0)
+        const bool due = fault.step == step || (row.lasts && fault.step < step);
+        if (!due || fault.count == 0 || (row.strikes & Bit(kind)) == 0)
             continue;
         if (fault.after > 0) {
             --fault.after;
             continue;
         }
         --fault.count;
-        row.spoil(outcome.reply, random_);
+        row.spoil(outcome, random_);
         outcome.struck = true;
         outcome.lineStored = row.lineStored;
         strikes_.push_back({fault.kind, step});

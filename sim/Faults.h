@@ -29,11 +29,15 @@ enum class FaultKind : std::uint8_t {
     StrayBytes,
     HangUp,
     NoStore,
+    DoubleAck,
+    LateDoubleAck,
+    InsertedByte,
+    OwnHeaders,
 };
 
 struct Fault {
     FaultKind kind = FaultKind::NoReply;
-    int step = 0;  ///< protocol step, 0 to 110
+    int step = 0;  ///< protocol step, 0 to 110; of own-headers the first one
     int count = 1; ///< how many replies at this step it strikes, over all sessions; 1 to MaxFaultCount
     int after = 0; ///< how many replies at this step that it could strike it lets pass first (1: a read
                    ///< line's acknowledge instead of its data); has no text form
@@ -41,6 +45,7 @@ struct Fault {
 
 inline constexpr int MaxFaultCount = 65535;
 inline constexpr int LateReplyMs = 400;
+inline constexpr int LateDoubleMs = 1;
 inline constexpr unsigned MaxStrayBytes = 24;
 
 struct ParsedFault {
@@ -48,7 +53,8 @@ struct ParsedFault {
     std::string error; ///< what is wrong with the text, when there is no fault
 };
 
-/// Reads the text form KIND@STEP[xCOUNT], for example "no-reply@5" or "wrong-ack@0x3".
+/// Reads the text form KIND@STEP[xCOUNT], for example "no-reply@5" or "wrong-ack@0x3". Without a COUNT the
+/// fault strikes once, own-headers MaxFaultCount times.
 ParsedFault ParseFault(std::string_view text);
 
 /// "no-reply" and so on.
@@ -61,7 +67,8 @@ std::string FaultKindHelp();
 enum class ReplyKind : std::uint8_t {
     Acknowledge,     ///< 0x06 to the handshake or to an acknowledge
     LineAcknowledge, ///< 0x06 to a line that was written
-    Data,            ///< the identification or a line
+    Identification,  ///< 16 bytes
+    Line,            ///< a line under its header
     End,             ///< nothing: what follows the end byte
 };
 
@@ -80,6 +87,7 @@ public:
 
     struct Outcome {
         Reply reply;
+        std::optional<Reply> second{}; ///< follows the reply
         bool struck = false;
         bool lineStored = true; ///< whether a line whose acknowledge this is counts as taken
     };

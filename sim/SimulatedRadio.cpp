@@ -147,7 +147,7 @@ void SimulatedRadio::TakeIdentification(const Frame &frame) {
     Frame identification(IdentificationSize, 0);
     std::copy(IdentificationText.begin(), IdentificationText.end(), identification.begin());
     identification.back() = memory_[Address::ChannelCount];
-    Answer(ReplyKind::Data, std::move(identification));
+    Answer(ReplyKind::Identification, std::move(identification));
 }
 
 void SimulatedRadio::TakeAcknowledge(const Frame &frame) {
@@ -173,7 +173,7 @@ void SimulatedRadio::TakeReadRequest(const Frame &frame) {
     const auto line = Line(std::as_const(memory_), LineOf(frame));
     Frame data{WriteByte, frame[AddressHigh], frame[AddressLow], WholeLine};
     data.insert(data.end(), line.begin(), line.end());
-    Answer(ReplyKind::Data, std::move(data));
+    Answer(ReplyKind::Line, std::move(data));
 }
 
 void SimulatedRadio::TakeWrite(const Frame &frame) {
@@ -255,11 +255,17 @@ bool SimulatedRadio::Answer(ReplyKind kind, Frame bytes) {
         endedSessions_ += stage_ == Stage::Idle ? 0 : 1;
         stage_ = Stage::Idle;
     }
-    if (!outcome.reply.bytes.empty())
-        log_.push_back({FrameDirection::FromRadio, outcome.reply.bytes});
-    if (!outcome.reply.bytes.empty() || outcome.reply.hangUp)
-        replies_.push_back(std::move(outcome.reply));
+    Send(std::move(outcome.reply));
+    if (outcome.second)
+        Send(*std::move(outcome.second));
     return outcome.lineStored;
+}
+
+void SimulatedRadio::Send(Reply reply) {
+    if (!reply.bytes.empty())
+        log_.push_back({FrameDirection::FromRadio, reply.bytes});
+    if (!reply.bytes.empty() || reply.hangUp)
+        replies_.push_back(std::move(reply));
 }
 
 } // namespace k470

@@ -81,6 +81,7 @@ private:
     void Discard(std::string_view why);
     void Complain(std::string_view what, const Frame &frame);
     bool Answer(ReplyKind kind, Frame bytes);
+    void Send(Reply reply);
 
     MemoryImage memory_;
     FaultInjector faults_;

@@ -224,8 +224,9 @@ TEST(SimulatedRadio, SurvivesRandomBytes) {
 
 TEST(Faults, AreReadFromTextOrRefusedWithAReason) {
     int kind = 0;
-    for (const std::string name : {"no-reply", "short-data", "extra-byte", "wrong-ack", "late-reply",
-                                   "flipped-bits", "stray-bytes", "hang-up", "no-store"}) {
+    for (const std::string name :
+         {"no-reply", "short-data", "extra-byte", "wrong-ack", "late-reply", "flipped-bits", "stray-bytes",
+          "hang-up", "no-store", "double-ack", "late-double-ack", "inserted-byte", "own-headers"}) {
         const ParsedFault parsed = ParseFault(name + "@110x65535");
         ASSERT_TRUE(parsed.fault) << parsed.error;
         EXPECT_EQ(static_cast<int>(parsed.fault->kind), kind++) << name;
@@ -234,6 +235,7 @@ TEST(Faults, AreReadFromTextOrRefusedWithAReason) {
         EXPECT_EQ(parsed.fault->count, 65535);
     }
     EXPECT_EQ(ParseFault("hang-up@0").fault->count, 1);
+    EXPECT_EQ(ParseFault("own-headers@2").fault->count, 65535);
     const std::pair<const char *, const char *> refused[] = {
         {"no-reply", "form"},      {"NO-REPLY@3", "kind"},   {"no-reply@", "step"},
         {"no-reply@-1", "step"},   {"no-reply@111", "step"}, {"no-reply@3.5", "step"},
@@ -259,7 +261,7 @@ Spoiled ReadLineTwo(Fault fault, std::uint32_t seed = 1) {
 
 TEST(Faults, SpoilTheFirstReplyOfTheirStep) {
     const Bytes healthy = Header('W', 2) + LineBytes(MakeSampleMemory(3), 2);
-    for (std::uint32_t seed = 0; seed < 2000; ++seed) {
+    for (std::uint32_t seed = 0; seed < 200; ++seed) {
         const auto spoiled = [seed](FaultKind kind) { return ReadLineTwo({kind, 4}, seed).data.bytes; };
         const Bytes cut = spoiled(FaultKind::ShortData);
         ASSERT_TRUE(!cut.empty() && cut.size() < healthy.size());
@@ -279,6 +281,13 @@ TEST(Faults, SpoilTheFirstReplyOfTheirStep) {
         EXPECT_TRUE(std::equal(healthy.rbegin(), healthy.rend(), strays.rbegin()));
         EXPECT_EQ(strays, spoiled(FaultKind::StrayBytes)) << "the same seed";
 
+        Bytes inserted = spoiled(FaultKind::InsertedByte);
+        ASSERT_EQ(inserted.size(), healthy.size() + 1);
+        EXPECT_EQ(First(4, inserted), First(4, healthy));
+        const auto surplus = std::ranges::mismatch(inserted, healthy).in1;
+        inserted.erase(surplus);
+        EXPECT_EQ(inserted, healthy);
+
         const Spoiled wrong = ReadLineTwo({FaultKind::WrongAck, 4}, seed);
         EXPECT_EQ(wrong.data.bytes, healthy);
         ASSERT_EQ(wrong.ack.size(), 1U);
@@ -290,6 +299,29 @@ TEST(Faults, SpoilTheFirstReplyOfTheirStep) {
     const Reply late = ReadLineTwo({FaultKind::LateReply, 4}).data;
     EXPECT_EQ(late.bytes, healthy);
     EXPECT_EQ(late.delayMs, 400);
+}
+
+TEST(Faults, DoubleAnAcknowledgeAtOnceOrLate) {
+    for (const auto &[kind, delay] : {std::pair(FaultKind::DoubleAck, 0), {FaultKind::LateDoubleAck, 1}}) {
+        SimulatedRadio radio = ReadyRadio(MakeSampleMemory(3), FaultInjector({{kind, 3}}));
+        const std::vector<Reply> replies = radio.Feed(Header('W', 1) + Bytes(16, 0x33));
+        ASSERT_EQ(replies.size(), 2U);
+        EXPECT_EQ(replies[0].bytes, Ack);
+        EXPECT_EQ(replies[1].bytes, Ack);
+        EXPECT_EQ(replies[0].delayMs, 0);
+        EXPECT_EQ(replies[1].delayMs, delay);
+    }
+}
+
+TEST(Faults, GiveLinesAHeaderWithoutAddressFromAStepOn) {
+    SimulatedRadio radio =
+        ReadyRadio(MakeSampleMemory(3), FaultInjector({*ParseFault("own-headers@3").fault}));
+    const auto header = [&radio](int line) { return First(4, Ask(radio, Header('R', line))); };
+    EXPECT_EQ(header(0), Header('W', 0));
+    for (const int line : {1, 2, 99}) {
+        Ask(radio, Ack);
+        EXPECT_EQ(header(line), (Bytes{'K', '4', '7', '0'}));
+    }
 }
 
 TEST(Faults, StrikeAsOftenAsTheyAreCounted) {
