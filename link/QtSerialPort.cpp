@@ -2,18 +2,21 @@
 
 #include <QFile>
 #include <QPointer>
-#include <QThread>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
 #include <linux/serial.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace k470 {
@@ -74,11 +77,21 @@ bool IsDeviceGone(int descriptor) {
     return ::ioctl(descriptor, FIONREAD, &waiting) != 0 || waiting == 0;
 }
 
-/// How long a frame takes to the end of its last stop bit, in whole ms, rounded down.
-qint64 SendingTime(std::size_t frameSize) {
-    constexpr std::size_t BitsPerByte = 11;
-    constexpr std::size_t BitsPerSecond = 9600;
-    return static_cast<qint64>(frameSize * BitsPerByte * 1000 / BitsPerSecond);
+constexpr int LineSpeed = QSerialPort::Baud9600;
+constexpr int BitsPerByte = 11;
+/// Some adapters send one stop bit whatever they are asked for.
+constexpr int FewestBitsPerByte = 10;
+
+/// @return the bits per second of an open line, 0 for one that has no speed
+int SpeedOf(int descriptor) {
+    struct stat device {};
+    constexpr unsigned FirstTerminal = 136; // the major numbers of pseudo-terminals
+    constexpr unsigned LastTerminal = 143;
+    if (::fstat(descriptor, &device) != 0)
+        return 0;
+    if (major(device.st_rdev) < FirstTerminal || major(device.st_rdev) > LastTerminal)
+        return LineSpeed;
+    return std::max(qEnvironmentVariableIntValue("K470_PTY_BAUD"), 0);
 }
 
 } // namespace
@@ -86,7 +99,7 @@ qint64 SendingTime(std::size_t frameSize) {
 QtSerialPort::QtSerialPort(std::function<ComPortTable()> ports, QObject *parent)
     : QObject(parent), ports_(std::move(ports)) {
     // LineSettings, in Qt's terms. No flow control: of the cable's wires only the data ones reach the radio.
-    port_.setBaudRate(QSerialPort::Baud9600);
+    port_.setBaudRate(LineSpeed);
     port_.setParity(QSerialPort::NoParity);
     port_.setDataBits(QSerialPort::Data8);
     port_.setStopBits(QSerialPort::TwoStop);
@@ -116,6 +129,8 @@ std::optional<PortFailure> QtSerialPort::Open() {
     if (!OpenDevice(failure))
         return failure;
 
+    bitsPerSecond_ = SpeedOf(static_cast<int>(port_.handle()));
+    sendingBytes_ = 0;
     AskForLowLatency(static_cast<int>(port_.handle()));
     // Many cables take their power from these two lines. A device without them is no failure.
     port_.setDataTerminalReady(true);
@@ -155,10 +170,11 @@ void QtSerialPort::Close() {
         return;
     // Closing restores the line settings of whoever used the port before, at once: a frame still on its way
     // would leave at another speed, and the radio checks no sum. Longer than LongestWait no frame takes.
-    constexpr qint64 LongestWait = 50;
-    constexpr qint64 Margin = 3; // for the part of a millisecond that SendingTime drops and the way over USB
-    if (const qint64 left = sentBy_.remainingTime(); left > 0)
-        QThread::msleep(static_cast<unsigned long>(std::min(left + Margin, LongestWait)));
+    constexpr std::chrono::milliseconds LongestWait(50);
+    constexpr std::chrono::milliseconds Margin(3); // for the way over USB
+    const Clock::time_point sent = EndOfSending(BitsPerByte);
+    if (const Clock::time_point now = Clock::now(); now < sent)
+        std::this_thread::sleep_for(std::min<Clock::duration>(sent - now + Margin, LongestWait));
     port_.close();
 }
 
@@ -181,11 +197,28 @@ void QtSerialPort::SetReplyLength(std::size_t k) {
 void QtSerialPort::Output(std::span<const std::uint8_t> frame) {
     if (!port_.isOpen() || frame.empty())
         return;
+    // The time is taken first: an adapter may begin to send while the call has not returned.
+    const Clock::time_point now = Clock::now();
+    if (EndOfSending(BitsPerByte) <= now) {
+        sendingSince_ = now;
+        sendingBytes_ = 0;
+    }
+    sendingBytes_ += frame.size();
     port_.write(reinterpret_cast<const char *>(frame.data()), static_cast<qint64>(frame.size()));
     // Written bytes are only queued: without this a frame would die with a port that is closed soon after.
     port_.flush();
-    sentBy_.setRemainingTime(std::max<qint64>(sentBy_.remainingTime(), 0) + SendingTime(frame.size()),
-                             Qt::PreciseTimer);
+}
+
+bool QtSerialPort::CanHaveSentAll() const {
+    return !port_.isOpen() || EndOfSending(FewestBitsPerByte) <= Clock::now();
+}
+
+/// When the last stop bit of what was output leaves, if a byte takes that many bits.
+QtSerialPort::Clock::time_point QtSerialPort::EndOfSending(int bitsPerByte) const {
+    if (bitsPerSecond_ == 0)
+        return sendingSince_;
+    const auto bits = static_cast<std::chrono::nanoseconds::rep>(sendingBytes_) * bitsPerByte;
+    return sendingSince_ + std::chrono::nanoseconds(std::chrono::seconds(bits)) / bitsPerSecond_;
 }
 
 std::vector<std::uint8_t> QtSerialPort::Input() {

@@ -3,10 +3,10 @@
 #include "link/ComPorts.h"
 #include "link/SerialPort.h"
 
-#include <QDeadlineTimer>
 #include <QObject>
 #include <QSerialPort>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -39,13 +39,18 @@ public:
     void EmptyBuffers() override;
     void SetReplyLength(std::size_t k) override;
     void Output(std::span<const std::uint8_t> frame) override;
+    /// A pseudo-terminal has a speed only when the environment variable K470_PTY_BAUD names one, for tests.
+    bool CanHaveSentAll() const override;
     std::vector<std::uint8_t> Input() override;
     /// The handler may close or delete the port. While it runs, even in an event loop of its own, it is not
     /// called again.
     void OnReceived(std::function<void()> handler) override;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     bool OpenDevice(PortFailure &failure);
+    Clock::time_point EndOfSending(int bitsPerByte) const;
     void ResumeReading();
     void CheckForHangUp(QSerialPort::SerialPortError error);
 
@@ -57,7 +62,9 @@ private:
     std::function<ComPortTable()> ports_;
     std::function<void()> handler_;
     QSerialPort port_;
-    QDeadlineTimer sentBy_; ///< when the last frame has left the cable
+    int bitsPerSecond_ = 0;          ///< of the open line; 0: a line without a speed
+    Clock::time_point sendingSince_; ///< when the first of the bytes that leave without a pause was output
+    std::size_t sendingBytes_ = 0;   ///< how many these are
     int number_ = 0;
     std::size_t replyLength_ = 0;
     bool queued_ = false;   ///< a notification is posted, or due when the handler returns

@@ -27,6 +27,7 @@ public:
     void EmptyBuffers() override;
     void SetReplyLength(std::size_t k) override;
     void Output(std::span<const std::uint8_t> frame) override;
+    bool CanHaveSentAll() const override { return port_.CanHaveSentAll(); }
     std::vector<std::uint8_t> Input() override;
     void OnReceived(std::function<void()> handler) override { port_.OnReceived(std::move(handler)); }
 

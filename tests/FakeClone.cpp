@@ -13,11 +13,11 @@ FakeLine::FakeLine(SerialDevice *device, Delivery delivery)
 }
 
 void FakeLine::Send(std::span<const std::uint8_t> frame, Moment now) {
-    if (device_ == nullptr)
-        return;
-    if (device_->FramePending() && heard_ + std::chrono::milliseconds(SilenceMs) <= now)
+    if (device_ != nullptr && device_->FramePending() && heard_ + std::chrono::milliseconds(SilenceMs) <= now)
         device_->Silence();
     heard_ = std::max(heard_, now) + byteTime_ * static_cast<Moment::rep>(frame.size());
+    if (device_ == nullptr)
+        return;
     for (const Reply &reply : device_->Feed(frame)) {
         replied_ = std::max(replied_, heard_ + std::chrono::milliseconds(reply.delayMs));
         for (const std::uint8_t byte : reply.bytes)

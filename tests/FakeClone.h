@@ -37,6 +37,7 @@ public:
     FakeLine(SerialDevice *device, Delivery delivery);
 
     void Send(std::span<const std::uint8_t> frame, Moment now);
+    bool CanHaveSentAll(Moment now) const { return heard_ <= now; }
     /// When the device hangs up or, unless that is 0, `wanted` more bytes have reached the program.
     Moment NextDue(std::size_t wanted) const;
     /// Appends the bytes that have reached the program. @return whether the device has left the line since
@@ -45,7 +46,7 @@ public:
 private:
     SerialDevice *device_;
     Moment byteTime_;
-    Moment heard_{};   ///< when the program's last frame has arrived
+    Moment heard_{};   ///< when the last byte of the program has left
     Moment replied_{}; ///< when the device's last reply has arrived
     Moment hangUp_ = Never;
     std::deque<std::pair<Moment, std::uint8_t>> bytes_; ///< on their way to the program
@@ -67,6 +68,7 @@ public:
     void EmptyBuffers() override;
     void SetReplyLength(std::size_t k) override;
     void Output(std::span<const std::uint8_t> frame) override;
+    bool CanHaveSentAll() const override { return open_ == nullptr || open_->CanHaveSentAll(now_); }
     Bytes Input() override;
     void OnReceived(std::function<void()> handler) override { handler_ = std::move(handler); }
 

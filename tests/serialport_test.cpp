@@ -275,6 +275,22 @@ TEST_F(SerialPortTest, TheLastFrameBeforeClosingReachesTheRadio) {
     EXPECT_EQ(peer->Receive(21), Count(0, 21));
 }
 
+TEST_F(SerialPortTest, TellsWhetherAFrameCanHaveLeftOnALineWithASpeed) {
+    for (const std::string baud : {"", "1", "9600"}) {
+        qputenv("K470_PTY_BAUD", baud.c_str());
+        ASSERT_FALSE(port->Open());
+        EXPECT_TRUE(port->CanHaveSentAll()) << "nothing was sent";
+        port->Output(Count(0, 20));
+        if (baud == "9600")
+            EXPECT_TRUE(WaitFor([this] { return port->CanHaveSentAll(); }));
+        else
+            EXPECT_EQ(port->CanHaveSentAll(), baud.empty());
+        port->Close();
+        EXPECT_TRUE(port->CanHaveSentAll()) << "a closed port sends nothing";
+    }
+    qunsetenv("K470_PTY_BAUD");
+}
+
 TEST_F(SerialPortTest, AClosedPortTakesEveryCallQuietly) {
     port->SetReplyLength(1);
     port->Close();
