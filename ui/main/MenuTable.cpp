@@ -4,36 +4,38 @@
 
 namespace k470 {
 
-const std::array<MenuItem, 18> MenuTable{{
+using Main = frmMain; // keeps each row on one line
+
+const std::array<MenuItem, 18> frmMain::MenuTable{{
     {"mnuFile", nullptr, {"&File", "文件(&F)"}, "", nullptr},
-    {"mnuFile_New", "mnuFile", {"&New", "新建(&N)"}, "", &frmMain::FileNew},
-    {"mnuFile_Open", "mnuFile", {"&Open", "打开(&O)"}, "", &frmMain::FileOpen},
-    {"mnuFile_Save", "mnuFile", {"&Save", "保存(&S)"}, "", &frmMain::FileSave},
-    {"mnuFile_SaveAs", "mnuFile", {"Save &As", "另存为(&A)"}, "", &frmMain::FileSaveAs},
+    {"mnuFile_New", "mnuFile", {"&New", "新建(&N)"}, "", &Main::mnuFile_New_Click},
+    {"mnuFile_Open", "mnuFile", {"&Open", "打开(&O)"}, "", &Main::mnuFile_Open_Click},
+    {"mnuFile_Save", "mnuFile", {"&Save", "保存(&S)"}, "", &Main::mnuFile_Save_Click},
+    {"mnuFile_SaveAs", "mnuFile", {"Save &As", "另存为(&A)"}, "", &Main::mnuFile_SaveAs_Click},
     {"mnuFileBar2", "mnuFile", {"", ""}, "", nullptr},
-    {"mnuFile_Exit", "mnuFile", {"&Exit", "退出(&E)"}, "", &frmMain::FileExit},
+    {"mnuFile_Exit", "mnuFile", {"&Exit", "退出(&E)"}, "", &Main::mnuFile_Exit_Click},
     {"mnuProgram", nullptr, {"&Program", "编程(&P)"}, "", nullptr},
-    {"mnuRead", "mnuProgram", {"&Read From Radio", "从对讲机读取数据(&R)"}, "Ctrl+R", &frmMain::ReadRadio},
-    {"mnuWrite", "mnuProgram", {"&Write To Radio", "向对讲机写入数据(&W)"}, "Ctrl+W", &frmMain::WriteRadio},
+    {"mnuRead", "mnuProgram", {"&Read From Radio", "从对讲机读取数据(&R)"}, "Ctrl+R", &Main::mnuRead_Click},
+    {"mnuWrite", "mnuProgram", {"&Write To Radio", "向对讲机写入数据(&W)"}, "Ctrl+W", &Main::mnuWrite_Click},
     {"mnuSet", nullptr, {"&Setting", "设置(&S)"}, "", nullptr},
-    {"mnuPort", "mnuSet", {"Set &Com", "串口设置(&C)"}, "", &frmMain::SetPort},
+    {"mnuPort", "mnuSet", {"Set &Com", "串口设置(&C)"}, "", &Main::mnuPort_Click},
     {"mnuFile_Bar5", "mnuSet", {"", ""}, "", nullptr},
-    {"mnuLanguage", "mnuSet", {"Set &Language", "语言设置(&L)"}, "", &frmMain::SetLanguage},
+    {"mnuLanguage", "mnuSet", {"Set &Language", "语言设置(&L)"}, "", &Main::mnuLanguage_Click},
     {"mnuFile_Bar6", "mnuSet", {"", ""}, "", nullptr},
-    {"mnuAdvanded", "mnuSet", {"&Advanded", "高级(&A)"}, "", &frmMain::OpenAdvanced},
+    {"mnuAdvanded", "mnuSet", {"&Advanded", "高级(&A)"}, "", &Main::mnuAdvanded_Click},
     {"mnuHelp", nullptr, {"&Help", "帮助(&H)"}, "", nullptr},
-    {"mnuHelp_About", "mnuHelp", {"&About", "关于(&A)"}, "", &frmMain::ShowAbout},
+    {"mnuHelp_About", "mnuHelp", {"&About", "关于(&A)"}, "", &Main::mnuHelp_About_Click},
 }};
 
-const std::array<ToolButton, 8> ToolTable{{
-    {"New", {"New", "新建"}, &frmMain::FileNew},
-    {"Open", {"Open", "打开"}, &frmMain::FileOpen},
-    {"Save", {"Save", "保存"}, &frmMain::FileSave},
-    {"Print", {"Apply edits", "应用修改"}, &frmMain::CommitEdits},
-    {"Read", {"Read", "读频"}, &frmMain::ReadRadio},
-    {"Com", {"Com", "串口"}, &frmMain::SetPort},
-    {"Write", {"Write", "写频"}, &frmMain::WriteRadio},
-    {"About", {"About", "关于"}, &frmMain::ShowAbout},
+const std::array<ToolButton, 8> frmMain::ToolTable{{
+    {"New", {"New", "新建"}, &Main::mnuFile_New_Click},
+    {"Open", {"Open", "打开"}, &Main::mnuFile_Open_Click},
+    {"Save", {"Save", "保存"}, &Main::mnuFile_Save_Click},
+    {"Print", {"Apply edits", "应用修改"}, &Main::CommitEdits},
+    {"Read", {"Read", "读频"}, &Main::mnuRead_Click},
+    {"Com", {"Com", "串口"}, &Main::mnuPort_Click},
+    {"Write", {"Write", "写频"}, &Main::mnuWrite_Click},
+    {"About", {"About", "关于"}, &Main::mnuHelp_About_Click},
 }};
 
 } // namespace k470

@@ -2,8 +2,6 @@
 
 #include "resources/StringTable.h"
 
-#include <array>
-
 namespace k470 {
 
 class frmMain;
@@ -25,8 +23,5 @@ struct ToolButton {
     TextPair toolTip;
     Command command;
 };
-
-extern const std::array<MenuItem, 18> MenuTable;
-extern const std::array<ToolButton, 8> ToolTable;
 
 } // namespace k470

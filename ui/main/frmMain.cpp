@@ -7,7 +7,6 @@
 #include "link/QtComPorts.h"
 #include "ui/main/ChannelEditors.h"
 #include "ui/main/LanguageForm.h"
-#include "ui/main/MenuTable.h"
 #include "ui/main/RadioPanel.h"
 #include "ui/main/frmAbout.h"
 #include "ui/main/frmComPort.h"
@@ -68,12 +67,16 @@ constexpr auto MemoryMapKeys = Qt::ShiftModifier | Qt::ControlModifier | Qt::Alt
 frmMain::frmMain(AppState &state, PreferenceStore &store)
     : state_(state), store_(store), files_(state, *this) {
     setObjectName("frmMain");
-    StartState(state, store, FromQt(QCoreApplication::applicationDirPath()));
     setWindowIcon(QIcon(":/icons/k470.svg"));
     MakeMenus();
     MakeToolbar();
     MakeCentre();
     MakeStatusBar();
+    Form_Load();
+}
+
+void frmMain::Form_Load() {
+    StartState(state_, store_, FromQt(QCoreApplication::applicationDirPath()));
     editors_->FillToneList();
     LayOutGrid();
     resize(width(), TwipsToPixels(NormalHeight, this));
@@ -87,8 +90,8 @@ void frmMain::MakeCentre() {
     setCentralWidget(central);
     MakeGrid();
     panel_ = new RadioPanel(state_, central);
-    connect(panel_, &RadioPanel::BandClicked, this, &frmMain::BandClicked);
-    connect(panel_, &RadioPanel::ChannelCountClicked, this, &frmMain::ChannelCountClicked);
+    connect(panel_, &RadioPanel::BandClicked, this, &frmMain::CobFreq_Click);
+    connect(panel_, &RadioPanel::ChannelCountClicked, this, &frmMain::Combo1_Click);
     centre_ = new QHBoxLayout(central);
     centre_->setContentsMargins(Margin, Margin, Margin, Margin);
     centre_->addWidget(frame1_, 1);
@@ -104,7 +107,7 @@ void frmMain::MakeGrid() {
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(grid_);
     editors_ = new ChannelEditors(state_, grid_);
-    connect(grid_, &FlexGrid::CellMouseUp, this, &frmMain::OpenMemoryMap);
+    connect(grid_, &FlexGrid::CellMouseUp, this, &frmMain::ChannelGrid_MouseUp);
 }
 
 void frmMain::LayOutGrid() {
@@ -132,10 +135,7 @@ void frmMain::MakeMenus() {
         if (item.command == nullptr)
             continue;
         action->setShortcut(QKeySequence(item.shortcut));
-        connect(action, &QAction::triggered, this, [this, command = item.command] {
-            TransferFocus();
-            (this->*command)();
-        });
+        connect(action, &QAction::triggered, this, item.command);
     }
 }
 
@@ -149,10 +149,7 @@ void frmMain::MakeToolbar() {
     for (const ToolButton &button : ToolTable) {
         QAction *action = toolbar->addAction(QString());
         action->setObjectName(QString("tlbActions_") + button.key);
-        connect(action, &QAction::triggered, this, [this, command = button.command] {
-            TransferFocus();
-            (this->*command)();
-        });
+        connect(action, &QAction::triggered, this, [this, &button] { tlbActions_ButtonClick(button); });
         const bool endsGroup = qstrcmp(button.key, "Print") == 0 || qstrcmp(button.key, "Write") == 0;
         if (endsGroup)
             toolbar->addSeparator();
@@ -181,13 +178,13 @@ void frmMain::MakeStatusBar() {
     panels_[1]->installEventFilter(this);
     panels_[3]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     time_.setObjectName("Time");
-    connect(&time_, &QTimer::timeout, this, &frmMain::Tick);
+    connect(&time_, &QTimer::timeout, this, &frmMain::Time_Timer);
     time_.start(1);
-    Tick();
+    Time_Timer();
 }
 
 /// The tick comes every millisecond; all but one in a thousand end at the comparison.
-void frmMain::Tick() {
+void frmMain::Time_Timer() {
     const std::time_t now = std::time(nullptr);
     if (now == shownTime_)
         return;
@@ -296,7 +293,7 @@ void frmMain::RefreshData() {
     for (const SettingShape &shape : SettingShapes) {
         panel_->ShowSetting(shape);
         if (shape.setting == Setting::ChannelCount)
-            ChannelCountClicked();
+            Combo1_Click();
     }
 }
 
@@ -304,11 +301,11 @@ void frmMain::RefreshBand() {
     state_.refreshDone = false;
     state_.previousBand = FindBand(state_.bandLow, state_.bandHigh);
     panel_->SelectBand(state_.previousBand);
-    BandClicked(state_.previousBand);
+    CobFreq_Click(state_.previousBand);
     state_.refreshDone = true;
 }
 
-void frmMain::BandClicked(int position) {
+void frmMain::CobFreq_Click(int position) {
     state_.currentBand = static_cast<std::uint8_t>(position);
     if (state_.currentBand == CustomBand) {
         if (state_.refreshDone)
@@ -332,7 +329,7 @@ void frmMain::BandClicked(int position) {
     ShowTitle();
 }
 
-void frmMain::ChannelCountClicked() {
+void frmMain::Combo1_Click() {
     const auto rows = static_cast<std::uint8_t>(panel_->ChannelCountEntry() + 2);
     if (rows != state_.gridRows) {
         StoreChannels();
@@ -359,23 +356,30 @@ void frmMain::CommitEdits() {
     TakeSnapshot(state_);
 }
 
-void frmMain::FileNew() {
+void frmMain::tlbActions_ButtonClick(const ToolButton &button) {
+    TransferFocus();
+    (this->*button.command)();
+}
+
+// The file commands end an open edit themselves.
+void frmMain::mnuFile_New_Click() {
     files_.New();
 }
 
-void frmMain::FileOpen() {
+void frmMain::mnuFile_Open_Click() {
     files_.Open();
 }
 
-void frmMain::FileSave() {
+void frmMain::mnuFile_Save_Click() {
     files_.Save();
 }
 
-void frmMain::FileSaveAs() {
+void frmMain::mnuFile_SaveAs_Click() {
     files_.SaveAs();
 }
 
-void frmMain::FileExit() {
+void frmMain::mnuFile_Exit_Click() {
+    TransferFocus();
     close();
 }
 
@@ -385,11 +389,13 @@ void frmMain::OpenNamed(const std::string &path) {
         std::fprintf(stderr, "k470: %s: %s\n", path.c_str(), failure->text.c_str());
 }
 
-void frmMain::ReadRadio() {
+void frmMain::mnuRead_Click() {
+    TransferFocus();
     TransferWith(CloneMode::Read, Text::ReadQuestion);
 }
 
-void frmMain::WriteRadio() {
+void frmMain::mnuWrite_Click() {
+    TransferFocus();
     CommitEdits();
     PrepareForWrite(state_.image);
     TransferWith(CloneMode::Write, Text::WriteQuestion);
@@ -406,27 +412,31 @@ void frmMain::TransferWith(CloneMode mode, int question) {
     frmclone(state_, *this, this).exec();
 }
 
-void frmMain::SetPort() {
+void frmMain::mnuPort_Click() {
+    TransferFocus();
     frmComPort(state_, ComPorts(), this).exec();
     ShowPort();
 }
 
-void frmMain::SetLanguage() {
+void frmMain::mnuLanguage_Click() {
+    TransferFocus();
     CommitEdits();
     LanguageForm(state_, this).exec();
     RefreshAll();
 }
 
-void frmMain::OpenAdvanced() {
+void frmMain::mnuAdvanded_Click() {
+    TransferFocus();
     CommitEdits();
     frmAdv(state_, this).exec();
 }
 
-void frmMain::ShowAbout() {
+void frmMain::mnuHelp_About_Click() {
+    TransferFocus();
     frmAbout(state_, this).exec();
 }
 
-void frmMain::OpenMemoryMap(Qt::MouseButton button, Qt::KeyboardModifiers modifiers) {
+void frmMain::ChannelGrid_MouseUp(Qt::MouseButton button, Qt::KeyboardModifiers modifiers) {
     if (button != Qt::RightButton || modifiers != MemoryMapKeys)
         return;
     TransferFocus();
@@ -496,8 +506,12 @@ std::optional<std::string> frmMain::ChooseSaveFile(const std::string &proposed) 
     return FromQt(dialog.selectedFiles().front());
 }
 
-void frmMain::closeEvent(QCloseEvent *event) {
+void frmMain::Form_Unload() {
     SavePreferences(state_, store_);
+}
+
+void frmMain::closeEvent(QCloseEvent *event) {
+    Form_Unload();
     QMainWindow::closeEvent(event);
 }
 

@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "core/Preferences.h"
 #include "files/FileCommands.h"
+#include "ui/main/MenuTable.h"
 #include "ui/main/frmclone.h"
 #include "ui/service/frmSetFreqRange.h"
 
@@ -35,20 +36,7 @@ public:
     /// Opens a codeplug file as the Open command does after its dialog.
     void OpenNamed(const std::string &path);
 
-    // Commands of the menu and the toolbar, in the order of the menu bar.
-    void FileNew();
-    void FileOpen();
-    void FileSave();
-    void FileSaveAs();
-    void FileExit();
-    void ReadRadio();
-    void WriteRadio();
-    void SetPort();
-    void SetLanguage();
-    void OpenAdvanced();
-    void ShowAbout();
     void CommitEdits() override;
-
     void RefreshAll();
     void RefreshChData() override;
     void StoreChannels();
@@ -59,6 +47,31 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    static const std::array<MenuItem, 18> MenuTable;
+    static const std::array<ToolButton, 8> ToolTable;
+
+    void Form_Load();
+    void Form_Unload();
+    void mnuFile_New_Click();
+    void mnuFile_Open_Click();
+    void mnuFile_Save_Click();
+    void mnuFile_SaveAs_Click();
+    void mnuFile_Exit_Click();
+    void mnuRead_Click();
+    void mnuWrite_Click();
+    void mnuPort_Click();
+    void mnuLanguage_Click();
+    void mnuAdvanded_Click();
+    void mnuHelp_About_Click();
+    void tlbActions_ButtonClick(const ToolButton &button);
+    void Time_Timer();
+    /// The user chose from the band list, be it the position that was selected already.
+    void CobFreq_Click(int position);
+    /// The user chose from Combo1(3), the channel count. The other lists of the array wait for the commit.
+    void Combo1_Click();
+    /// The right button; the left one is the editors'.
+    void ChannelGrid_MouseUp(Qt::MouseButton button, Qt::KeyboardModifiers modifiers);
+
     void MakeGrid();
     void MakeCentre();
     void MakeMenus();
@@ -76,12 +89,8 @@ private:
     void CollectSettings();
     void ShowTitle() override;
 
-    void BandClicked(int position);
     void RefreshBand();
-    void ChannelCountClicked();
-    void OpenMemoryMap(Qt::MouseButton button, Qt::KeyboardModifiers modifiers);
     void TransferWith(CloneMode mode, int question);
-    void Tick();
     QString PortToolTip();
 
     SaveAnswer AskSaveFirst(std::string_view text) override;
