@@ -7,7 +7,12 @@
 
 namespace k470 {
 
-/// The warning that names the lines which a completed read lacks.
+/// "Channels 5 and 8 and line 102 (band) were not received.": channels as the grid numbers them, from 1; of
+/// the other lines the number and what they hold.
+/// @param lines at least one, 0 to LastSettingsLine, in ascending order
+std::string NotReceivedText(const std::vector<int> &lines, Language language);
+
+/// The same with the advice to read again.
 std::string MissingLinesText(const std::vector<int> &lines, Language language);
 
 } // namespace k470

@@ -108,8 +108,8 @@ void ExpectDocument(const FailureCase &test, const QJsonObject &json, const QStr
     EXPECT_EQ(json["result"], test.code == 6 ? "differs" : test.code == 5 ? "radioFailed" : "done");
     EXPECT_EQ(json["radioMayHoldMixture"].toBool(), test.texts.contains(MixtureText));
     QJsonArray missing;
-    for (const QString &text : test.texts.filter("were not received"))
-        missing.append(text.section(' ', 1, 1).toInt());
+    for (const QString &text : test.texts.filter("was not received"))
+        missing.append(text.section(' ', 1, 1).toInt() - (text.startsWith("Channel") ? 1 : 0));
     EXPECT_EQ(json["missingLines"].toArray(), missing);
     EXPECT_FALSE(json["message"].toString().isEmpty());
     EXPECT_EQ(json["backup"].toString(), backups.join(""));
@@ -148,7 +148,7 @@ struct Work {
 TEST_F(CliRadioTest, ARadioThatFailsIsToldWithWhatItLeavesBehind) {
     const QString Broken = "broke in the middle";
     const QString NotWritten = "out.bin was not written.";
-    const QString Line100 = "Lines 100 were not received.";
+    const QString Line100 = "Line 100 (empty channels) was not received.";
     const QString NotVerified = "acknowledged everything that was written, but it could not be verified";
     const QString Restore = "To restore it: k470-cli write --port COM1 ";
     const QString WriteAgain = "Write it again before you use it.";
@@ -162,7 +162,7 @@ TEST_F(CliRadioTest, ARadioThatFailsIsToldWithWhatItLeavesBehind) {
         {"short-data@102", {"read"}, 5, {Line100, NotWritten}},
         {"short-data@102", {"verify"}, 5, {Line100}},
         {"short-data@102", {"write"}, 5, {Line100, UntouchedText, "--no-backup"}},
-        {"short-data@5", {"write"}, 5, {"Lines 3 were not received.", NotVerified, Restore}},
+        {"short-data@5", {"write"}, 5, {"Channel 4 was not received.", NotVerified, Restore}},
         {"no-store@5", {"write"}, 6, {"Channel 4 (line 3), address 003", MixtureText, Restore}, 3},
         {"no-store@109",
          {"write", "--no-backup"},

@@ -225,9 +225,17 @@ TEST(ProgressText, RoundsHalvesToTheEvenNeighbour) {
         EXPECT_EQ(ProgressText(c.value, c.maximum, Language::Chinese), std::string("完成进度: ") + c.percent);
 }
 
-TEST(MissingLinesText, NamesTheLines) {
-    EXPECT_EQ(MissingLinesText({5, 9}, Language::English),
-              "Lines 5, 9 were not received. Read the radio again.");
+TEST(MissingLinesText, NamesChannelsByTheirNumbersAndOtherLinesByWhatTheyHold) {
+    for (const auto &[lines, text] : std::initializer_list<std::pair<Lines, std::string>>{
+             {{98}, "Channel 99 was"},
+             {{4, 5, 7}, "Channels 5, 6 and 8 were"},
+             {{4, 7, 102}, "Channels 5 and 8 and line 102 (band) were"},
+             {{99}, "Line 99 (settings) was"},
+             {{103, 105, 107},
+              "Lines 103 (squelch tuning), 105 (squelch and noise tuning) and 107 (noise tuning) were"}})
+        EXPECT_EQ(MissingLinesText(lines, Language::English), text + " not received. Read the radio again.");
+    EXPECT_EQ(MissingLinesText({4, 7, 100, 101}, Language::Chinese),
+              "信道 5、8 和第 100 行（空信道表）、第 101 行（扫描列表）未收到。请重新读取。");
 }
 
 // Strays, timeouts, the port search

@@ -124,8 +124,10 @@ std::string Done(CloneMode mode) {
 }
 
 std::string Missing(int line) {
-    return Shown("K470", "Lines " + std::to_string(line) + " were not received. Read the radio again.",
-                 QMessageBox::Warning, QMessageBox::Ok);
+    const std::string text = (line < MaxChannels ? "Channel " + std::to_string(line + 1)
+                                                 : "Line " + std::to_string(line) + " (noise tuning)") +
+                             " was not received. Read the radio again.";
+    return Shown("K470", text, QMessageBox::Warning, QMessageBox::Ok);
 }
 
 /// Whether a program that comes now gets the port.
@@ -464,7 +466,9 @@ void ExpectEveryLostLineNamed(const Transfer &transfer) {
     EXPECT_EQ(transfer.messages.front(), Done(cell.mode)) << cell;
     const std::string warning = transfer.messages.back();
     for (const int line : transfer.LostLines()) {
-        const std::regex named("Lines .*\\b" + std::to_string(line) + "\\b.* were not received");
+        const std::regex named(line < MaxChannels
+                                   ? "^K470 . Channels? [0-9, and]*\\b" + std::to_string(line + 1) + "\\b"
+                                   : "[Ll]ines? .*\\b" + std::to_string(line) + " \\(");
         EXPECT_TRUE(std::regex_search(warning, named)) << cell << ": line " << line << " is lost in silence";
     }
 }
