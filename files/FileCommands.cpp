@@ -32,10 +32,9 @@ void FileCommands::Open() {
         const auto answer = view_.AskSaveFirst(Res(state_.language, Text::SaveFirst));
         if (answer == FileCommandView::SaveAnswer::Cancel)
             return;
-        // After a failed save the user still wants the image kept, and opening would replace it. A cancelled
-        // save dialog is the user's own choice to go on.
-        if (answer == FileCommandView::SaveAnswer::Yes && SaveCommitted() == SaveResult::Failed)
-            return;
+        // A save that failed has said so, and the open dialog can still be cancelled.
+        if (answer == FileCommandView::SaveAnswer::Yes)
+            SaveCommitted();
     }
     if (const auto path = view_.ChooseOpenFile())
         OpenNamed(*path);
@@ -73,27 +72,25 @@ std::optional<LoadFailure> FileCommands::OpenNamed(const std::string &path) {
     return std::nullopt;
 }
 
-FileCommands::SaveResult FileCommands::SaveCommitted() {
+void FileCommands::SaveCommitted() {
     view_.TransferFocus();
     if (state_.currentFileName == UntitledFileName)
-        return SaveUnderChosenName(UntitledFileName + std::string(FileExtension));
-    return WriteCurrentFile();
+        SaveUnderChosenName(UntitledFileName + std::string(FileExtension));
+    else
+        WriteCurrentFile();
 }
 
-FileCommands::SaveResult FileCommands::SaveUnderChosenName(const std::string &proposed) {
+void FileCommands::SaveUnderChosenName(const std::string &proposed) {
     auto path = view_.ChooseSaveFile(proposed);
     if (!path)
-        return SaveResult::Cancelled;
+        return;
     state_.currentFileName = WithFileExtension(std::move(*path));
-    return WriteCurrentFile();
+    WriteCurrentFile();
 }
 
-FileCommands::SaveResult FileCommands::WriteCurrentFile() {
-    const auto failure = WriteCodeplug(state_.currentFileName, state_.image);
-    if (!failure)
-        return SaveResult::Saved;
-    view_.ShowMessage(*failure, FileCommandView::Icon::Exclamation, ModelWord);
-    return SaveResult::Failed;
+void FileCommands::WriteCurrentFile() {
+    if (const auto failure = WriteCodeplug(state_.currentFileName, state_.image))
+        view_.ShowMessage(*failure, FileCommandView::Icon::Exclamation, ModelWord);
 }
 
 void FileCommands::ShowWrongType(LoadFailure::Kind kind) {

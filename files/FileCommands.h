@@ -62,12 +62,10 @@ public:
     std::optional<LoadFailure> OpenNamed(const std::string &path);
 
 private:
-    enum class SaveResult { Saved, Cancelled, Failed };
-
     /// Save without the commit of pending edits.
-    SaveResult SaveCommitted();
-    SaveResult SaveUnderChosenName(const std::string &proposed);
-    SaveResult WriteCurrentFile();
+    void SaveCommitted();
+    void SaveUnderChosenName(const std::string &proposed);
+    void WriteCurrentFile();
     void ShowWrongType(LoadFailure::Kind kind);
 
     AppState &state_;

@@ -430,7 +430,7 @@ TEST_F(FileCommandsTest, OpenAsksFirstWhenTheImageIsModified) {
                           {Answer::No, "saved.tw", false, true, opened},
                           {Answer::Yes, "saved.tw", true, true, asked + opened},
                           {Answer::Yes, nullptr, false, true, asked + opened},
-                          {Answer::Yes, "missing/saved.tw", false, false, asked + failed}};
+                          {Answer::Yes, "missing/saved.tw", false, true, asked + failed + opened}};
     for (const Case &c : cases) {
         state_ = NewState(16);
         state_.language = Language::English;
