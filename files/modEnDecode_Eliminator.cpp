@@ -1,5 +1,6 @@
 #include "files/modEnDecode_Eliminator.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
 #include <utility>
@@ -207,11 +208,13 @@ bool DecodeBuffer(ByteBuffer &buffer, std::size_t limit) {
     if (buffer.empty())
         return false;
     ByteBuffer result(buffer.begin(), buffer.end() - 1);
-    for (int passes = buffer.back(); passes > 0; --passes)
-        if (!ExpandPass(result, limit))
+    for (int passes = buffer.back(); passes > 0; --passes) {
+        if (!ExpandPass(result))
             return false;
-    if (result.size() > limit)
-        return false;
+        if (result.size() > limit)
+            break;
+    }
+    result.resize(std::min(result.size(), limit + 1));
     buffer = std::move(result);
     return true;
 }
@@ -233,7 +236,7 @@ bool CompressPass(ByteBuffer &buffer) {
     return true;
 }
 
-bool ExpandPass(ByteBuffer &buffer, std::size_t limit) {
+bool ExpandPass(ByteBuffer &buffer) {
     if (buffer.size() < ControlOffset)
         return false;
     const std::size_t controlLength = Read24(buffer, 0);
@@ -243,10 +246,9 @@ bool ExpandPass(ByteBuffer &buffer, std::size_t limit) {
     const std::span<const std::uint8_t> bytes(buffer);
     const auto control = bytes.subspan(ControlOffset, controlLength - StreamHeaderSize);
     const auto literals = bytes.subspan(LengthSize + controlLength);
-    if (literals.size() + missing.count > limit)
-        return false;
+    // The count may promise far more than the control bytes can place, so that it reserves no room.
     ByteBuffer result;
-    result.reserve(literals.size() + missing.count);
+    result.reserve(literals.size() + std::min(missing.count, control.size() * GroupSize));
     if (!PassReader(control, literals, missing, result).Run())
         return false;
     buffer = std::move(result);

@@ -8,7 +8,7 @@ namespace k470 {
 
 using ByteBuffer = std::vector<std::uint8_t>;
 
-/// Largest buffer that a decoding may make, unless the caller says otherwise.
+/// Largest buffer that a decoding goes on with, unless the caller says otherwise.
 inline constexpr std::size_t MaxDecodedSize = std::size_t{1} << 20;
 
 /// Most passes that one encoding makes: their number travels in one byte.
@@ -18,8 +18,8 @@ inline constexpr int MaxPasses = 255;
 /// turns the result back into the buffer, given a limit that holds the buffer after each pass.
 void EncodeBuffer(ByteBuffer &buffer);
 
-/// Unpacks what EncodeBuffer made.
-/// @param limit largest result of any pass, in bytes
+/// Unpacks what EncodeBuffer made. A result of more bytes than the limit, of any pass, is cut to limit + 1
+/// bytes and ends the decoding.
 /// @return false for a buffer that does not unpack, empty ones included; the buffer is then as it was
 [[nodiscard]] bool DecodeBuffer(ByteBuffer &buffer, std::size_t limit = MaxDecodedSize);
 
@@ -27,10 +27,9 @@ void EncodeBuffer(ByteBuffer &buffer);
 /// @return the continue flag: false when the pass does not pay, and the buffer is then as it was
 [[nodiscard]] bool CompressPass(ByteBuffer &buffer);
 
-/// Undoes one packing pass.
-/// @param limit largest result, in bytes
+/// Undoes one packing pass. The result has less than eight times the bytes of the buffer.
 /// @return false when the buffer is not the result of a pass; it is then as it was
-[[nodiscard]] bool ExpandPass(ByteBuffer &buffer, std::size_t limit = MaxDecodedSize);
+[[nodiscard]] bool ExpandPass(ByteBuffer &buffer);
 
 /// Stores a byte and advances the position. An array that ends before the position grows in steps of 500
 /// bytes.

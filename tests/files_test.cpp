@@ -473,6 +473,7 @@ TEST_F(FileCommandsTest, AFileOfTheWrongTypeIsRefusedUnderTheTitleOfItsFault) {
         {"cut", {0, 0, 5, 0xEE, 0, 0, 8, 0x7F, 1}, false},
         {"beyond the largest size", Bytes(MaxFileSize + 1), false},
         {"of the largest size", Bytes(MaxFileSize), true},
+        {"beyond the largest size once unpacked", Encoded(Bytes(MaxFileSize + 1)), true},
         {"1807 bytes", Encoded(shorter), true},
         {"1809 bytes", Encoded(longer), true},
         {"mark in lower case", Encoded(lowerCase), true},

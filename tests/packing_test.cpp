@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace k470 {
 namespace {
@@ -165,19 +167,20 @@ TEST(DecodeBuffer, TakesWhatIsWholeAndRefusesWhatPointsPastTheData) {
     }
 }
 
-TEST(DecodeBuffer, MakesNothingLargerThanItsLimit) {
-    for (const std::size_t size : {MaxDecodedSize, MaxDecodedSize + 1}) {
+TEST(DecodeBuffer, StopsAtAResultBeyondItsLimitAndCutsIt) {
+    for (const std::size_t size : {MaxDecodedSize, MaxDecodedSize + 1, MaxDecodedSize + 5}) {
         ByteBuffer bomb = Encoded(ByteBuffer(size, 0));
         EXPECT_LT(bomb.size(), 100u);
-        EXPECT_EQ(DecodeBuffer(bomb), size == MaxDecodedSize) << size;
+        EXPECT_TRUE(DecodeBuffer(bomb));
+        EXPECT_EQ(bomb.size(), std::min(size, MaxDecodedSize + 1));
     }
-    ByteBuffer stored = Bytes("1..5 00");
-    EXPECT_FALSE(DecodeBuffer(stored, 4));
-    EXPECT_TRUE(DecodeBuffer(stored, 5));
-    // The result is within the limit, but the buffer after the first of the two passes is not.
-    ByteBuffer between = Bytes("00 00 04 EE 00 00 00 00 00 04 EE 00 00 00 01 02 02");
-    EXPECT_FALSE(DecodeBuffer(between, 8));
-    EXPECT_TRUE(DecodeBuffer(between, 9));
+    // The buffer after the first of the two passes is beyond a limit of 8.
+    const ByteBuffer twice = Bytes("00 00 04 EE 00 00 00 00 00 04 EE 00 00 00 01 02 02");
+    for (const auto &[limit, size] : {std::pair(8u, 9u), {9u, 2u}}) {
+        ByteBuffer buffer = twice;
+        EXPECT_TRUE(DecodeBuffer(buffer, limit));
+        EXPECT_EQ(buffer.size(), size);
+    }
 }
 
 /// The bytes of the code block that the page marks with these words.

@@ -19,7 +19,7 @@ void RequireReturns(const ByteBuffer &plain) {
 void Check(const ByteBuffer &input) {
     ByteBuffer buffer = input;
     if (DecodeBuffer(buffer))
-        Require(buffer.size() <= MaxDecodedSize);
+        Require(buffer.size() <= MaxDecodedSize + 1);
     else
         Require(buffer == input);
     RequireReturns(buffer);
