@@ -6,6 +6,7 @@
 #include "ui/main/IniPreferences.h"
 #include "ui/main/frmMain.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
@@ -186,6 +187,13 @@ TEST_F(MainWindow, EditorsCoverTheirCellAndEscapeAbandonsTheEdit) {
         ASSERT_TRUE(editor->hasFocus()) << col;
         EXPECT_TRUE(editor->geometry().contains(grid->CellRect(1, col).center())) << col;
         EXPECT_LE((editor->pos() - grid->CellRect(1, col).topLeft()).manhattanLength(), 6) << col;
+        if (const auto *combo = qobject_cast<QComboBox *>(editor)) {
+            Press({Qt::Key_F4});
+            EXPECT_TRUE(combo->view()->isVisible()) << "the first opening of the list of column " << col;
+            EXPECT_TRUE(editor->isVisible()) << col;
+            Press({Qt::Key_Escape});
+            ASSERT_TRUE(editor->hasFocus()) << col;
+        }
         QTest::keyClicks(editor, "455");
         Press({Qt::Key_Escape});
         EXPECT_FALSE(editor->isVisible());

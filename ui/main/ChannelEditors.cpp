@@ -7,6 +7,7 @@
 #include "ui/shared/Texts.h"
 #include "ui/shared/Twips.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -42,6 +43,15 @@ bool IsPrintable(const QString &text) {
 /// A key with a character that the grid tells nobody of.
 bool IsSilentKey(const QKeyEvent &event) {
     return event.key() == Qt::Key_Backspace || event.key() == Qt::Key_Escape;
+}
+
+/// Whether the focus is in the editor or in the list that it has opened. The first opening of a list moves
+/// the focus into it for no reason that tells a list from another control.
+bool HoldsFocus(const QWidget *editor) {
+    const QObject *holder = QApplication::focusWidget();
+    while (holder != nullptr && holder != editor)
+        holder = holder->parent();
+    return holder != nullptr;
 }
 
 } // namespace
@@ -352,7 +362,7 @@ bool ChannelEditors::eventFilter(QObject *watched, QEvent *event) {
         return EditorKey(open_, key->key(), KeyText(*key));
     }
     if (event->type() == QEvent::FocusOut) {
-        const bool leavesForGood = LeavesForGood(*static_cast<QFocusEvent *>(event));
+        const bool leavesForGood = LeavesForGood(*static_cast<QFocusEvent *>(event)) && !HoldsFocus(open_);
         if (leavesForGood && open_ == txtChannel_)
             TxtChannel_Validate(Warning::Later);
         else if (leavesForGood)
