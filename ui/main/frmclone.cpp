@@ -39,19 +39,20 @@ frmclone::frmclone(AppState &state, CloneHost &host, QWidget *owner)
       lblPercent_(new QLabel(this)), port_([&host] { return host.ComPorts(); }),
       session_(state, port_, timers_, *this) {
     setObjectName("frmclone");
-    setWindowTitle(PickText(state.language, TextsOf(state.cloneMode).caption));
-    MakeProgress();
-    LayOut();
     for (QTimer *timer : {&timers_.SendTimer(), &timers_.OvertimeTimer()})
         timer->setParent(this); // so that they are found by name
-    timers_.Drive(session_);
+    timers_.Drive([this] { tmrSend_Timer(); }, [this] { tmrOvertime_Timer(); });
+    port_.OnReceived([this] { MSComm1_OnComm(); });
+    Form_Load();
+    LayOut();
 }
 
 frmclone::~frmclone() {
-    session_.Close();
+    Form_Unload();
 }
 
-void frmclone::MakeProgress() {
+void frmclone::Form_Load() {
+    setWindowTitle(PickText(state_.language, TextsOf(state_.cloneMode).caption));
     const int maximum = state_.cloneMode == CloneMode::Read ? Clone::ReadMaximum : Clone::WriteMaximum;
     prgPercent_->setObjectName("prgPercent");
     prgPercent_->setTextVisible(false);
@@ -72,6 +73,10 @@ void frmclone::MakeProgress() {
     lblPercent_->hide();
 }
 
+void frmclone::Form_Unload() {
+    session_.Close();
+}
+
 void frmclone::LayOut() {
     const int margin = TwipsToPixels(Margin, this);
     auto *layout = new QVBoxLayout(this);
@@ -88,18 +93,30 @@ void frmclone::showEvent(QShowEvent *event) {
         return;
     started_ = true;
     // Queued: the window stands before a message can come over it.
-    QMetaObject::invokeMethod(this, &frmclone::Start, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &frmclone::TransferDatas, Qt::QueuedConnection);
 }
 
-void frmclone::Start() {
+void frmclone::TransferDatas() {
     if (isVisible()) // it may have been closed since
         session_.TransferDatas();
+}
+
+void frmclone::tmrSend_Timer() {
+    session_.SendTick();
+}
+
+void frmclone::tmrOvertime_Timer() {
+    session_.OvertimeTick();
+}
+
+void frmclone::MSComm1_OnComm() {
+    session_.Received();
 }
 
 void frmclone::done(int result) {
     if (messageOpen_)
         return; // the session waits for the answer, inside one of its handlers
-    session_.Close();
+    Form_Unload();
     QDialog::done(result);
 }
 

@@ -41,15 +41,23 @@ public:
     frmclone(AppState &state, CloneHost &host, QWidget *owner);
     ~frmclone() override;
 
+    /// Opens the port and starts from the handshake, unless the window has been closed.
+    void TransferDatas();
+
     void done(int result) override;
 
 protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    void MakeProgress();
+    /// Captions and progress. The session starts when the window is shown.
+    void Form_Load();
+    void Form_Unload();
+    void tmrSend_Timer();
+    void tmrOvertime_Timer();
+    void MSComm1_OnComm();
+
     void LayOut();
-    void Start();
     QMessageBox::StandardButton Ask(QMessageBox::Icon icon, const QString &title, const QString &text,
                                     QMessageBox::StandardButtons buttons = QMessageBox::Ok);
 
