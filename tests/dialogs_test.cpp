@@ -164,6 +164,7 @@ protected:
         EXPECT_EQ(std::adjacent_find(sizes.begin(), sizes.end(), std::not_equal_to<>()), sizes.end())
             << "the window changed its size";
         EXPECT_FALSE(IsBusy(window));
+        EXPECT_FALSE(window.findChild<QtSerialPort *>("MSComm1")->IsOpen());
         progress = {Bar(window).value(), Bar(window).maximum()};
         label = FromQt(window.findChild<QLabel *>("lblPercent")->text());
     }

@@ -128,6 +128,7 @@ TEST_F(MainWindow, StartsInChineseWithSixteenEmptyChannels) {
     EXPECT_FALSE(ImageModified(state));
     const QRegularExpression time("^\\d\\d:\\d\\d:\\d\\d$");
     EXPECT_TRUE(time.match(ToQt(LabelText("MSBar(4)"))).hasMatch());
+    EXPECT_TRUE(window->findChild<QTimer *>("Time")->isActive());
 }
 
 TEST_F(MainWindow, ATypedFrequencyMakesAChannelAndAnEmptiedOneDeletesIt) {

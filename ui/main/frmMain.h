@@ -112,7 +112,7 @@ private:
     RadioPanel *panel_ = nullptr;
     QHBoxLayout *centre_ = nullptr;
     std::array<QLabel *, 4> panels_{}; ///< of the status bar MSBar
-    QTimer time_;
+    QTimer time_{this};
     std::time_t shownTime_ = 0;
 };
 

@@ -36,9 +36,10 @@ const DirectionTexts &TextsOf(CloneMode mode) {
 
 frmclone::frmclone(AppState &state, CloneHost &host, QWidget *owner)
     : QDialog(owner), state_(state), host_(host), prgPercent_(new QProgressBar(this)),
-      lblPercent_(new QLabel(this)), port_([&host] { return host.ComPorts(); }),
+      lblPercent_(new QLabel(this)), port_([&host] { return host.ComPorts(); }, this),
       session_(state, port_, timers_, *this) {
     setObjectName("frmclone");
+    port_.setObjectName("MSComm1");
     for (QTimer *timer : {&timers_.SendTimer(), &timers_.OvertimeTimer()})
         timer->setParent(this); // so that they are found by name
     timers_.Drive([this] { tmrSend_Timer(); }, [this] { tmrOvertime_Timer(); });
