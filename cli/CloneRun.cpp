@@ -28,7 +28,7 @@ public:
     void ShowPortNumber() override {}
     void ShowOpenFailure(const PortFailure &failure) override;
     bool AskRetry() override;
-    void ShowCompleted() override { report_.end = End::Completed; }
+    void ShowCompleted() override;
     void RefreshAfterRead() override {}
     void WarnMissingLines(const std::vector<int> &lines) override { report_.missingLines = lines; }
     std::vector<std::string> EnumComPorts() override { return k470::EnumComPorts(line_.port.table()); }
@@ -99,6 +99,12 @@ void CloneRun::ShowOpenFailure(const PortFailure &failure) {
     if (line_.port.byPath)
         report_.failure.port.clear();
     CloseWindow();
+}
+
+void CloneRun::ShowCompleted() {
+    report_.end = End::Completed;
+    if (task_.mode == CloneMode::Read)
+        report_.missingLines.emplace(); // none, unless a warning follows
 }
 
 /// Nobody is there to plug the cable in and press Retry.

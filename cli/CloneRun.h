@@ -7,6 +7,7 @@
 #include "link/SerialPort.h"
 #include "link/TraceFile.h"
 
+#include <optional>
 #include <vector>
 
 namespace k470 {
@@ -21,9 +22,10 @@ struct CloneReport {
         Interrupted, ///< by the user
     };
     End end = End::Interrupted;
-    PortFailure failure{};           ///< why, when OpenFailed
-    std::vector<int> missingLines{}; ///< what a completed read lacks
-    bool lineSent = false;           ///< a write has begun to change the radio
+    PortFailure failure{}; ///< why, when OpenFailed
+    std::optional<std::vector<int>>
+        missingLines{};    ///< what a completed read lacks; nothing when there was none
+    bool lineSent = false; ///< a write has begun to change the radio
 };
 
 /// What the sessions of a command share.

@@ -115,10 +115,11 @@ bool RadioRun::TakeEnd(const CloneReport &session) {
     case End::Completed:
         break;
     }
+    if (!session.missingLines)
+        return true;
     report_.missingLines = session.missingLines;
-    if (!session.missingLines.empty())
-        return Fail(ExitRadio, MissingLinesText(session.missingLines, UsedLanguage()));
-    return true;
+    return session.missingLines->empty() ||
+           Fail(ExitRadio, MissingLinesText(*session.missingLines, UsedLanguage()));
 }
 
 ExitCode RadioRun::Finish() {

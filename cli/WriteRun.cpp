@@ -128,7 +128,7 @@ bool CompareRadio(RadioRun &run, const MemoryImage &sent, const CloneTask &task,
     const bool read = run.TakeEnd(session);
     if (session.end != CloneReport::End::Completed)
         return false;
-    const auto differences = Compare(sent, state.image, session.missingLines);
+    const auto differences = Compare(sent, state.image, *session.missingLines);
     run.Report().differences = differences;
     if (differences.empty())
         return read;
