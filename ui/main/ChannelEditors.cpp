@@ -87,8 +87,8 @@ ChannelEditors::ChannelEditors(AppState &state, FlexGrid *grid)
 }
 
 void ChannelEditors::ConnectGrid() {
-    connect(grid_, &FlexGrid::CellEntered, this, &ChannelEditors::FollowCurrentCell);
-    connect(grid_, &FlexGrid::Scrolled, this, &ChannelEditors::TransferFocus);
+    connect(grid_, &FlexGrid::CellEntered, this, &ChannelEditors::ChannelGrid_EnterCell);
+    connect(grid_, &FlexGrid::Scrolled, this, &ChannelEditors::ChannelGrid_Scroll);
     connect(grid_, &FlexGrid::CellKeyPressed, this, &ChannelEditors::ChannelGrid_KeyPress);
     connect(grid_, &FlexGrid::CellMouseUp, this, &ChannelEditors::ChannelGrid_MouseUp);
     grid_->installEventFilter(this);
@@ -112,9 +112,13 @@ void ChannelEditors::SetRow(int row, const RowTexts &texts) {
         grid_->SetCellText(row, col, ToQt(texts[static_cast<std::size_t>(col)]));
 }
 
-void ChannelEditors::FollowCurrentCell(int row, int col) {
+void ChannelEditors::ChannelGrid_EnterCell(int row, int col) {
     state_.currentRow = static_cast<std::uint8_t>(row);
     state_.currentCol = static_cast<std::uint8_t>(col);
+}
+
+void ChannelEditors::ChannelGrid_Scroll() {
+    TransferFocus();
 }
 
 void ChannelEditors::CorrectColumn(int row) {
@@ -147,7 +151,7 @@ void ChannelEditors::OpenCellEditor() {
     if (grid_->Row() == 0)
         return;
     EndOpenEdit();
-    FollowCurrentCell(grid_->Row(), grid_->Col());
+    ChannelGrid_EnterCell(grid_->Row(), grid_->Col());
     row_ = grid_->Row();
     col_ = grid_->Col();
     const QString text = grid_->CellText(row_, col_);

@@ -46,8 +46,9 @@ private:
     enum class Warning { AtOnce, Later };
 
     void ConnectGrid();
-    void FollowCurrentCell(int row, int col);
     void CorrectColumn(int row);
+    void ChannelGrid_EnterCell(int row, int col);
+    void ChannelGrid_Scroll();
     void ChannelGrid_KeyPress(const QString &text);
     void ChannelGrid_MouseUp(Qt::MouseButton button);
 
