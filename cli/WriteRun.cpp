@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace k470 {
@@ -73,23 +74,23 @@ void SayWayOut(RadioRun &run) {
         SayRestore(run);
 }
 
-/// @return false: what comes before a write has failed
-bool LeaveRadio(RadioRun &run) {
+/// The backup has no place. @return false
+bool FailToKeep(RadioRun &run, std::string failure) {
+    run.Fail(ExitFile, std::move(failure));
     run.Say(RadioLeft);
-    if (run.Report().code == ExitRadio || run.Report().code == ExitFile)
-        run.Say(BackupIsOptional);
+    run.Say(BackupIsOptional);
     return false;
 }
 
 bool KeepOldImage(RadioRun &run, const std::string &folder) {
     AppState old = run.NewState();
-    if (!run.TakeEnd(run.RunSession(old, BackupTask)))
-        return LeaveRadio(run);
-    std::string path;
-    if (auto failure = KeepBackup(folder, run.Port(), old.image, path, run.UsedLanguage())) {
-        run.Fail(ExitFile, *std::move(failure));
-        return LeaveRadio(run);
+    if (!run.TakeEnd(run.RunSession(old, BackupTask))) {
+        run.Say(RadioLeft);
+        return false;
     }
+    std::string path;
+    if (auto failure = KeepBackup(folder, run.Port(), old.image, path, run.UsedLanguage()))
+        return FailToKeep(run, *std::move(failure));
     run.Report().backup = path;
     run.Report().backupHasCount = HasChannelCount(old.image);
     if (!run.Arguments().json)
@@ -166,10 +167,8 @@ bool WriteFileToRadio(RadioRun &run) {
         return false;
     std::string folder;
     if (!arguments.noBackup) {
-        if (auto failure = MakeBackupFolder(folder, run.UsedLanguage())) {
-            run.Fail(ExitFile, *std::move(failure));
-            return LeaveRadio(run);
-        }
+        if (auto failure = MakeBackupFolder(folder, run.UsedLanguage()))
+            return FailToKeep(run, *std::move(failure));
     }
     if (!run.OpenTrace(arguments.input) || (!arguments.noBackup && !KeepOldImage(run, folder)))
         return false;
