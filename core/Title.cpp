@@ -8,7 +8,7 @@ std::string BandCaption(const AppState &state) {
     return " [" + ShortestDecimal(state.bandLow) + " - " + ShortestDecimal(state.bandHigh) + " MHz]";
 }
 
-std::string BuildTitle(AppState &state) {
+std::string CaptionText(AppState &state) {
     constexpr TextPair Product{" Programming Software", " 编程软件"};
     constexpr TextPair FileName{"FileName:", "文件名: "};
     if (state.currentFileName.ends_with('\\'))

@@ -10,7 +10,7 @@ namespace k470 {
 std::string BandCaption(const AppState &state);
 
 /// The main window's caption. A file name that ends in a backslash loses that character, in the state too.
-std::string BuildTitle(AppState &state);
+std::string CaptionText(AppState &state);
 
 /// "COM5", in Chinese "通信端口5".
 std::string PortText(const AppState &state);

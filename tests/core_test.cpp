@@ -356,22 +356,22 @@ TEST(Start, BringsADefaultCodeplugWithRowsAndBandOfThePreferences) {
 
 // Caption
 
-TEST(BuildTitle, NamesBandAndFile) {
+TEST(CaptionText, NamesBandAndFile) {
     AppState state;
     state.portNumber = 3;
-    EXPECT_EQ(BuildTitle(state), "K470 编程软件 [400 - 480 MHz]  [文件名: Untitled]");
+    EXPECT_EQ(CaptionText(state), "K470 编程软件 [400 - 480 MHz]  [文件名: Untitled]");
     EXPECT_EQ(PortText(state), "通信端口3");
     state.language = Language::English;
     state.bandLow = 136.5;
-    EXPECT_EQ(BuildTitle(state), "K470 Programming Software [136.5 - 480 MHz]  [FileName:Untitled]");
+    EXPECT_EQ(CaptionText(state), "K470 Programming Software [136.5 - 480 MHz]  [FileName:Untitled]");
     EXPECT_EQ(PortText(state), "COM3");
 }
 
-TEST(BuildTitle, TakesABackslashOffTheFileNameForGood) {
+TEST(CaptionText, TakesABackslashOffTheFileNameForGood) {
     for (const auto &[name, kept] : {std::pair("x\\\\", "x\\"), std::pair("C:\\x", "C:\\x")}) {
         AppState state;
         state.currentFileName = name;
-        EXPECT_TRUE(BuildTitle(state).ends_with(std::string(" ") + kept + "]")) << name;
+        EXPECT_TRUE(CaptionText(state).ends_with(std::string(" ") + kept + "]")) << name;
         EXPECT_EQ(state.currentFileName, kept) << name;
     }
 }

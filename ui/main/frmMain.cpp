@@ -229,9 +229,13 @@ void frmMain::SetGridHeaders() {
         grid_->SetCellText(0, col, ToQt(ColumnHeader(col, state_.language)));
 }
 
-void frmMain::ShowTitle() {
-    setWindowTitle(ToQt(BuildTitle(state_)));
+std::string frmMain::BuildTitle() {
     panels_[0]->setText(ToQt(BandCaption(state_)));
+    return CaptionText(state_);
+}
+
+void frmMain::ShowTitle() {
+    setWindowTitle(ToQt(BuildTitle()));
 }
 
 void frmMain::ShowPort() {

@@ -38,6 +38,8 @@ public:
 
     void CommitEdits() override;
     void RefreshAll();
+    /// Shows the band in panel 1 of the status bar. @return CaptionText, which is to become the caption
+    std::string BuildTitle();
     void RefreshChData() override;
     void StoreChannels();
 
