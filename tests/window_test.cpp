@@ -239,7 +239,7 @@ TEST_F(MainWindow, AnOpenEditIsTakenOverWhenTheGridScrollsTheFocusLeavesOrACommi
     Open({{"Language", "0"}, {"gbRows", "100"}});
     const std::function<void()> endings[] = {[this] { grid->verticalScrollBar()->setValue(3); },
                                              [this] { Combo("Combo1(0)")->setFocus(); },
-                                             [this] { window->CommitEdits(); }};
+                                             [this] { window->StoreChannels(); }};
     for (const auto &end : endings) {
         EnterFrequency(1, 1, "");
         grid->SetCurrent(1, 1);
@@ -307,7 +307,7 @@ TEST_F(MainWindow, AChannelCountActsAtOnceAndKeepsTheContentsAndTheFocus) {
     QTest::keyClick(Combo("Combo1(3)"), Qt::Key_Up);
     EXPECT_EQ(grid->Rows(), 40);
     EXPECT_TRUE(Combo("Combo1(3)")->hasFocus());
-    window->CommitEdits();
+    Trigger("tlbActions_Print");
     EXPECT_EQ(state.image[Address::ChannelCount], 39);
     EXPECT_EQ(state.gridRows, 40);
 }
@@ -322,7 +322,7 @@ TEST_F(MainWindow, OddChannelCountBytesWork) {
         EXPECT_EQ(Combo("Combo1(4)")->count(), channels);
         ClickCell(*grid, 1, 1, Qt::RightButton, MapKeys);
         EXPECT_EQ(dialogs.size(), byte == 0 ? 1U : 2U) << "the memory map opens over any grid";
-        window->CommitEdits();
+        Trigger("tlbActions_Print");
         EXPECT_EQ(state.image[Address::ChannelCount], channels);
         EXPECT_EQ(state.gridRows, channels + 1);
     }
@@ -346,7 +346,7 @@ TEST_F(MainWindow, SettingsAreShownAndCollected) {
         state.image[address] = byte;
         window->RefreshAll();
         EXPECT_EQ(Combo(control)->currentIndex(), entry) << control << " " << +byte;
-        window->CommitEdits();
+        Trigger("tlbActions_Print");
         EXPECT_EQ(state.image[address], collected) << control << " " << +byte;
     }
     for (const auto &[address, name] : {std::pair(Address::Beep, "Check1(0)"),
@@ -358,7 +358,7 @@ TEST_F(MainWindow, SettingsAreShownAndCollected) {
         EXPECT_TRUE(check->isChecked()) << name;
         check->setChecked(false);
         EXPECT_EQ(state.image[address], 7) << "pending until the commit";
-        window->CommitEdits();
+        Trigger("tlbActions_Print");
         EXPECT_EQ(state.image[address], 0) << name;
     }
 }
@@ -442,7 +442,7 @@ TEST_F(MainWindow, ACommitKeepsWhatWasTypedInTheMemoryMapWhereNoControlOwnsIt) {
     ClickCell(*grid, 2, 1, Qt::RightButton, MapKeys);
     EXPECT_EQ(Place(state.image[0x6C5], state.image[0x002]), Place(0xAB, 0xAB));
     EXPECT_TRUE(ImageModified(state));
-    window->CommitEdits();
+    Trigger("tlbActions_Print");
     EXPECT_EQ(Place(state.image[0x6C5], state.image[0x002]), Place(0xAB, channelByte))
         << "the grid still shows the channel as it was";
 }

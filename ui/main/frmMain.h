@@ -36,11 +36,13 @@ public:
     /// Opens a codeplug file as the Open command does after its dialog.
     void OpenNamed(const std::string &path);
 
-    void CommitEdits() override;
+    void TransferFocus() override;
     void RefreshAll();
     /// Shows the band in panel 1 of the status bar. @return CaptionText, which is to become the caption
     std::string BuildTitle();
+    void RefreshChannelOP() override;
     void RefreshChData() override;
+    void RefreshData() override;
     void StoreChannels();
 
 protected:
@@ -85,10 +87,8 @@ private:
 
     void ApplyCaptions();
     void SetGridHeaders();
-    void TransferFocus() override;
-    void RefreshChannelOP() override;
-    void RefreshData() override;
     void CollectSettings();
+    void CommitEdits() override;
     void ShowTitle() override;
 
     void RefreshBand();
