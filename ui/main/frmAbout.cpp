@@ -49,8 +49,8 @@ QLabel *MakePicture(const char *name, const QString &resourcePath, int twips, QW
     return picture;
 }
 
-QLabel *MakeText(const char *name, const QString &text, QWidget *parent) {
-    auto *label = new QLabel(text, parent);
+QLabel *MakeText(const char *name, QWidget *parent) {
+    auto *label = new QLabel(parent);
     label->setObjectName(name);
     label->setTextFormat(Qt::PlainText);
     return label;
@@ -58,28 +58,44 @@ QLabel *MakeText(const char *name, const QString &text, QWidget *parent) {
 
 } // namespace
 
-frmAbout::frmAbout(const AppState &state, QWidget *owner) : QDialog(owner) {
+frmAbout::frmAbout(const AppState &state, QWidget *owner)
+    : QDialog(owner), image1_(MakePicture("Image1", ":/icons/k470.svg", PictureSize, this)),
+      image2_(MakePicture("Image2", ":/icons/read.svg", SmallPictureSize, this)),
+      label1_(MakeText("Label1", this)), label2_(MakeText("Label2", this)), command1_(new QPushButton(this)) {
     setObjectName("frmAbout");
-    setWindowTitle(PickText(state.language, Caption) + ToQt(ModelWord));
+    command1_->setObjectName("Command1");
+    command1_->setDefault(true);
+    connect(command1_, &QPushButton::clicked, this, &frmAbout::Command1_Click);
+    LayOut();
+    Form_Load(state.language);
+}
+
+void frmAbout::Form_Load(Language language) {
+    setWindowTitle(PickText(language, Caption) + ToQt(ModelWord));
+    label1_->setText(AboutLines(language));
+    label2_->setText(PickText(language, Notice));
+    command1_->setText(PickText(language, OkCaption));
+}
+
+void frmAbout::LayOut() {
     auto *rule = new QFrame(this);
     rule->setFrameStyle(QFrame::HLine | QFrame::Plain);
     rule->setEnabled(false); // dimmed, on any ground
-    auto *ok = new QPushButton(PickText(state.language, OkCaption), this);
-    ok->setObjectName("Command1");
-    ok->setDefault(true);
-    connect(ok, &QPushButton::clicked, this, &QDialog::accept);
-
     const int margin = TwipsToPixels(Margin, this);
     auto *grid = new QGridLayout(this);
     grid->setContentsMargins(margin, margin, margin, margin);
     grid->setSpacing(margin);
-    grid->addWidget(MakePicture("Image1", ":/icons/k470.svg", PictureSize, this), 0, 0, Qt::AlignCenter);
-    grid->addWidget(MakeText("Label1", AboutLines(state.language), this), 0, 1);
+    grid->addWidget(image1_, 0, 0, Qt::AlignCenter);
+    grid->addWidget(label1_, 0, 1);
     grid->addWidget(rule, 1, 0, 1, 2);
-    grid->addWidget(MakePicture("Image2", ":/icons/read.svg", SmallPictureSize, this), 2, 0, Qt::AlignCenter);
-    grid->addWidget(MakeText("Label2", PickText(state.language, Notice), this), 2, 1);
-    grid->addWidget(ok, 3, 0, 1, 2, Qt::AlignRight);
+    grid->addWidget(image2_, 2, 0, Qt::AlignCenter);
+    grid->addWidget(label2_, 2, 1);
+    grid->addWidget(command1_, 3, 0, 1, 2, Qt::AlignRight);
     grid->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+void frmAbout::Command1_Click() {
+    accept();
 }
 
 } // namespace k470

@@ -4,6 +4,9 @@
 
 #include <QDialog>
 
+class QLabel;
+class QPushButton;
+
 namespace k470 {
 
 /// The about box: the program, its version and whose it is.
@@ -12,6 +15,18 @@ class frmAbout : public QDialog {
 
 public:
     frmAbout(const AppState &state, QWidget *owner);
+
+private:
+    void Form_Load(Language language);
+    void Command1_Click();
+
+    void LayOut();
+
+    QLabel *image1_;
+    QLabel *image2_;
+    QLabel *label1_;
+    QLabel *label2_;
+    QPushButton *command1_;
 };
 
 } // namespace k470
