@@ -8,14 +8,15 @@
 
 namespace k470 {
 
-QHBoxLayout *MakeDialogButtons(QDialog *dialog, Language language, const std::function<void()> &onOk) {
+QHBoxLayout *MakeDialogButtons(QDialog *dialog, Language language, const std::function<void()> &onOk,
+                               const std::function<void()> &onCancel) {
     auto *ok = new QPushButton(PickText(language, OkCaption), dialog);
     ok->setObjectName("cmdOK");
     ok->setDefault(true);
     QObject::connect(ok, &QPushButton::clicked, dialog, onOk);
     auto *cancel = new QPushButton(PickText(language, CancelCaption), dialog);
     cancel->setObjectName("cmdCancel");
-    QObject::connect(cancel, &QPushButton::clicked, dialog, &QDialog::reject);
+    QObject::connect(cancel, &QPushButton::clicked, dialog, onCancel);
     auto *row = new QHBoxLayout;
     row->addStretch();
     row->addWidget(ok);

@@ -9,7 +9,9 @@ class QHBoxLayout;
 
 namespace k470 {
 
-/// The row of a dialog's cmdOK, which is its default button, and cmdCancel, which rejects it.
-QHBoxLayout *MakeDialogButtons(QDialog *dialog, Language language, const std::function<void()> &onOk);
+/// The row of a dialog's cmdOK, which is its default button, and cmdCancel.
+/// @param onOk, onCancel called when the button is clicked
+QHBoxLayout *MakeDialogButtons(QDialog *dialog, Language language, const std::function<void()> &onOk,
+                               const std::function<void()> &onCancel);
 
 } // namespace k470

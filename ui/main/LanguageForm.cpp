@@ -21,34 +21,48 @@ constexpr int Margin = 240;
 
 } // namespace
 
-LanguageForm::LanguageForm(AppState &state, QWidget *owner) : QDialog(owner) {
+LanguageForm::LanguageForm(AppState &state, QWidget *owner)
+    : QDialog(owner), state_(state), lblLang_(new QLabel(this)), cboLang_(new QComboBox(this)) {
     setObjectName("LanguageForm");
-    setWindowTitle(PickText(state.language, Caption));
-    auto *label = new QLabel(PickText(state.language, ModeCaption), this);
-    label->setObjectName("lblLang");
-    auto *languages = new QComboBox(this);
-    languages->setObjectName("cboLang");
-    languages->addItem(ResText(state.language, Text::English));
-    languages->addItem(ResText(state.language, Text::Chinese));
-    languages->setCurrentIndex(static_cast<int>(state.language));
-    languages->setMinimumWidth(TwipsToPixels(ListWidth, this));
-    languages->setAccessibleName(label->text());
-    label->setBuddy(languages);
+    lblLang_->setObjectName("lblLang");
+    lblLang_->setBuddy(cboLang_);
+    cboLang_->setObjectName("cboLang");
+    cboLang_->setMinimumWidth(TwipsToPixels(ListWidth, this));
+    LayOut();
+    Form_Load();
+}
 
+void LanguageForm::Form_Load() {
+    setWindowTitle(PickText(state_.language, Caption));
+    lblLang_->setText(PickText(state_.language, ModeCaption));
+    cboLang_->setAccessibleName(lblLang_->text());
+    cboLang_->addItem(ResText(state_.language, Text::English));
+    cboLang_->addItem(ResText(state_.language, Text::Chinese));
+    cboLang_->setCurrentIndex(static_cast<int>(state_.language));
+}
+
+void LanguageForm::LayOut() {
     const int margin = TwipsToPixels(Margin, this);
     auto *line = new QHBoxLayout;
     line->setSpacing(margin);
-    line->addWidget(label);
-    line->addWidget(languages, 1);
+    line->addWidget(lblLang_);
+    line->addWidget(cboLang_, 1);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->setSpacing(margin);
     layout->addLayout(line);
-    layout->addLayout(MakeDialogButtons(this, state.language, [this, languages, &state] {
-        state.language = static_cast<Language>(languages->currentIndex());
-        accept();
-    }));
+    layout->addLayout(MakeDialogButtons(
+        this, state_.language, [this] { cmdOK_Click(); }, [this] { cmdCancel_Click(); }));
     layout->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+void LanguageForm::cmdOK_Click() {
+    state_.language = static_cast<Language>(cboLang_->currentIndex());
+    accept();
+}
+
+void LanguageForm::cmdCancel_Click() {
+    reject();
 }
 
 } // namespace k470

@@ -4,6 +4,9 @@
 
 #include <QDialog>
 
+class QComboBox;
+class QLabel;
+
 namespace k470 {
 
 /// The language dialog: OK makes the chosen language that of the state.
@@ -12,6 +15,17 @@ class LanguageForm : public QDialog {
 
 public:
     LanguageForm(AppState &state, QWidget *owner);
+
+private:
+    void Form_Load();
+    void cmdOK_Click();
+    void cmdCancel_Click();
+
+    void LayOut();
+
+    AppState &state_;
+    QLabel *lblLang_;
+    QComboBox *cboLang_;
 };
 
 } // namespace k470

@@ -27,24 +27,23 @@ QString ToolTipOf(const ComPort &port) {
 } // namespace
 
 frmComPort::frmComPort(AppState &state, const ComPortTable &table, QWidget *owner)
-    : QDialog(owner), state_(state), combo1_(new QComboBox(this)) {
+    : QDialog(owner), state_(state), label1_(new QLabel(this)), combo1_(new QComboBox(this)) {
     setObjectName("frmComPort");
-    setWindowTitle(PickText(state.language, Caption));
-    auto *label = new QLabel(PickText(state.language, PortCaption), this);
-    label->setObjectName("Label1");
-    label->setBuddy(combo1_);
-    MakeList(label->text());
-    LayOut(label);
-    FillPorts(table);
+    label1_->setObjectName("Label1");
+    label1_->setBuddy(combo1_);
+    combo1_->setObjectName("Combo1");
+    combo1_->setMinimumWidth(TwipsToPixels(ListWidth, this));
+    connect(combo1_, &QComboBox::currentIndexChanged, this, &frmComPort::Combo1_Click);
+    LayOut();
+    Form_Load(table);
 }
 
-void frmComPort::MakeList(const QString &accessibleName) {
-    combo1_->setObjectName("Combo1");
-    combo1_->setAccessibleName(accessibleName);
-    combo1_->setMinimumWidth(TwipsToPixels(ListWidth, this));
+void frmComPort::Form_Load(const ComPortTable &table) {
+    setWindowTitle(PickText(state_.language, Caption));
+    label1_->setText(PickText(state_.language, PortCaption));
+    combo1_->setAccessibleName(label1_->text());
     combo1_->setPlaceholderText(PickText(state_.language, NoPort)); // shown while the list is empty
-    connect(combo1_, &QComboBox::currentIndexChanged, this,
-            [this](int index) { combo1_->setToolTip(combo1_->itemData(index, Qt::ToolTipRole).toString()); });
+    FillPorts(table);
 }
 
 void frmComPort::FillPorts(const ComPortTable &table) {
@@ -59,18 +58,23 @@ void frmComPort::FillPorts(const ComPortTable &table) {
     combo1_->setCurrentIndex(current >= 0 ? current : 0);
 }
 
-void frmComPort::LayOut(QWidget *label) {
+void frmComPort::LayOut() {
     const int margin = TwipsToPixels(Margin, this);
     auto *line = new QHBoxLayout;
     line->setSpacing(margin);
-    line->addWidget(label);
+    line->addWidget(label1_);
     line->addWidget(combo1_, 1);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->setSpacing(margin);
     layout->addLayout(line);
-    layout->addLayout(MakeDialogButtons(this, state_.language, [this] { cmdOK_Click(); }));
+    layout->addLayout(MakeDialogButtons(
+        this, state_.language, [this] { cmdOK_Click(); }, [this] { cmdCancel_Click(); }));
     layout->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+void frmComPort::Combo1_Click(int index) {
+    combo1_->setToolTip(combo1_->itemData(index, Qt::ToolTipRole).toString());
 }
 
 void frmComPort::cmdOK_Click() {
@@ -81,6 +85,10 @@ void frmComPort::cmdOK_Click() {
     }
     state_.portNumber = *number;
     accept();
+}
+
+void frmComPort::cmdCancel_Click() {
+    reject();
 }
 
 } // namespace k470

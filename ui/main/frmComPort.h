@@ -6,6 +6,7 @@
 #include <QDialog>
 
 class QComboBox;
+class QLabel;
 
 namespace k470 {
 
@@ -19,12 +20,16 @@ public:
     frmComPort(AppState &state, const ComPortTable &table, QWidget *owner);
 
 private:
-    void MakeList(const QString &accessibleName);
-    void FillPorts(const ComPortTable &table);
-    void LayOut(QWidget *label);
+    void Form_Load(const ComPortTable &table);
+    void Combo1_Click(int index);
     void cmdOK_Click();
+    void cmdCancel_Click();
+
+    void FillPorts(const ComPortTable &table);
+    void LayOut();
 
     AppState &state_;
+    QLabel *label1_;
     QComboBox *combo1_;
 };
 
