@@ -475,7 +475,8 @@ TEST_F(MainWindow, NewClearsTheChannelsOnlyWhenConfirmed) {
 
 TEST_F(MainWindow, TheWindowIsWideFromTwentyFourRowsOn) {
     Open();
-    for (const auto &[rows, windowWidth, frameWidth] : {std::tuple{23, 873, 618}, {24, 887, 636}}) {
+    for (const auto &[rows, windowWidth, frameWidth] :
+         {std::tuple{23, 873, 618}, {24, 887, 636}, {17, 873, 618}}) {
         Choose("Combo1(3)", rows - 2);
         EXPECT_EQ(window->width(), windowWidth) << rows;
         EXPECT_EQ(window->findChild<QWidget *>("Frame1")->width(), frameWidth) << rows;

@@ -264,6 +264,9 @@ void frmMain::ApplyStatedWidths() {
 void frmMain::RefreshChannelOP() {
     if (!isMinimized() && !isMaximized()) {
         ApplyStatedWidths();
+        // Without this the window would still have the least width of the layout before.
+        centre_->activate();
+        layout()->activate();
         const WindowWidths &widths = state_.gridRows < WideRows ? NarrowLayout : WideLayout;
         resize(TwipsToPixels(widths.window, this), height());
     }
