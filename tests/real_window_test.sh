@@ -13,7 +13,8 @@ export K470_PORTS="COM1=$work/radio"
 
 start_program 0
 
-# Read the radio.
+# Nothing opens beside the menus, then the radio is read.
+xdotool mousemove --window "$main" 600 10 click 3
 keys ctrl+r
 await_question
 keys Return

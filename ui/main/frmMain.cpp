@@ -67,6 +67,7 @@ constexpr auto MemoryMapKeys = Qt::ShiftModifier | Qt::ControlModifier | Qt::Alt
 frmMain::frmMain(AppState &state, PreferenceStore &store)
     : state_(state), store_(store), files_(state, *this) {
     setObjectName("frmMain");
+    setContextMenuPolicy(Qt::NoContextMenu); // the toolkit's own offers but to hide the toolbar
     setWindowIcon(QIcon(":/icons/k470.svg"));
     MakeMenus();
     MakeToolbar();
@@ -143,7 +144,6 @@ void frmMain::MakeToolbar() {
     auto *toolbar = new QToolBar(this);
     toolbar->setObjectName("tlbActions");
     toolbar->setMovable(false);
-    toolbar->setContextMenuPolicy(Qt::PreventContextMenu);
     toolbar->setIconSize(QSize(ToolIconSize, ToolIconSize));
     addToolBar(toolbar);
     for (const ToolButton &button : ToolTable) {
