@@ -18,6 +18,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QWindow>
 
 #include <algorithm>
 #include <map>
@@ -471,6 +472,16 @@ TEST_F(MainWindow, NewClearsTheChannelsOnlyWhenConfirmed) {
     EXPECT_EQ(Cell(1, 1), "");
     EXPECT_EQ(grid->Rows(), 17);
     EXPECT_FALSE(ImageModified(state));
+}
+
+TEST_F(MainWindow, TheCaptionShowsAnyFileNameAsItIs) {
+    Open();
+    for (const char *name : {"a[*]b.tw", "[*][*]", "[[*]*]"}) {
+        state.currentFileName = name;
+        window->RefreshAll();
+        EXPECT_EQ(FromQt(window->windowHandle()->title()),
+                  std::string("K470 Programming Software [400 - 480 MHz]  [FileName:") + name + "]");
+    }
 }
 
 TEST_F(MainWindow, TheWindowIsWideFromTwentyFourRowsOn) {

@@ -57,7 +57,7 @@ constexpr WindowWidths NarrowLayout{13100, 9275, 9250};
 constexpr WindowWidths WideLayout{13300, 9535, 9460};
 constexpr int NormalHeight = 10350; // twips: the menus, the bars and as many rows as fit without a scroll bar
 constexpr int LeastHeight = 6900;
-constexpr int Margin = 8; // pixels
+constexpr int Margin = 8;     // pixels
 constexpr int ToolIconSize = 24;
 
 constexpr auto MemoryMapKeys = Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier;
@@ -235,7 +235,8 @@ std::string frmMain::BuildTitle() {
 }
 
 void frmMain::ShowTitle() {
-    setWindowTitle(ToQt(BuildTitle()));
+    // For the toolkit "[*]" is the place of a mark for changes; twice, it is a text like any other.
+    setWindowTitle(ToQt(BuildTitle()).replace("[*]", "[*][*]"));
 }
 
 void frmMain::ShowPort() {
