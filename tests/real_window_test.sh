@@ -3,6 +3,7 @@
 # must then hold exactly the expected bytes.
 # usage: real_window_test.sh FOLDER_OF_THE_PROGRAMS [FOLDER_FOR_SCREENSHOTS]
 set -euo pipefail
+SCREEN=1024x600
 # shellcheck source=tests/real_window.bash
 source "$(dirname "$0")/real_window.bash"
 
@@ -12,6 +13,8 @@ export K470_PORTS="COM1=$work/radio"
 "$programs/k470-cli" read --port COM1 "$work/before.bin"
 
 start_program 0
+eval "$(xdotool getwindowgeometry --shell "$main")"
+[ "$HEIGHT" -lt 580 ] || fail "window and title bar are higher than the screen"
 
 # Nothing opens beside the menus, then the radio is read.
 xdotool mousemove --window "$main" 600 10 click 3

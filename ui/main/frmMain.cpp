@@ -28,6 +28,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QScreen>
 #include <QSignalBlocker>
 #include <QStatusBar>
 #include <QToolBar>
@@ -57,8 +58,16 @@ constexpr WindowWidths NarrowLayout{13100, 9275, 9250};
 constexpr WindowWidths WideLayout{13300, 9535, 9460};
 constexpr int NormalHeight = 10350; // twips: the menus, the bars and as many rows as fit without a scroll bar
 constexpr int LeastHeight = 6900;
+constexpr int FrameRoom = 48; // pixels of the screen's height for a title bar and borders
 constexpr int Margin = 8;     // pixels
 constexpr int ToolIconSize = 24;
+
+/// The normal height, or less where the screen has no room for it. The system's frame round the window is not
+/// known before it is shown.
+int StartHeight(const QWidget &window) {
+    const int room = window.screen()->availableGeometry().height() - FrameRoom;
+    return std::min(TwipsToPixels(NormalHeight, &window), room);
+}
 
 constexpr auto MemoryMapKeys = Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier;
 
@@ -80,7 +89,7 @@ void frmMain::Form_Load() {
     StartState(state_, store_, FromQt(QCoreApplication::applicationDirPath()));
     editors_->FillToneList();
     LayOutGrid();
-    resize(width(), TwipsToPixels(NormalHeight, this));
+    resize(width(), StartHeight(*this));
     RefreshChannelOP();
     RefreshAll();
     grid_->setFocus();
