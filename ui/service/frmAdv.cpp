@@ -38,24 +38,25 @@ TuneLevel LevelOfRow(int row) {
 
 frmAdv::frmAdv(AppState &state, QWidget *owner)
     : ServiceDialog("frmAdv", ClientWidth, ClientHeight, EscapeKey::DoesNothing, owner), state_(state),
-      tuneData_(LoadTuneData(state.image)), layout_(LayOutTuning(state.bandLow, state.bandHigh)),
       tunGrid_(new FlexGrid(1, 1, this)), txtTun_(new CellEditor(tunGrid_, FilterLevelKey)) {
-    setWindowIcon(ThemedIcon(":/icons/k470.svg", palette()));
-    setWindowTitle(ToQt(ModelWord) + PickText(state.language, Caption));
     tunGrid_->setObjectName("TunGrid");
-    tunGrid_->setAccessibleName(PickText(state.language, Levels));
     txtTun_->setObjectName("TxtTun");
     connect(tunGrid_, &FlexGrid::CellKeyPressed, this, &frmAdv::TunGrid_KeyPress);
-    connect(tunGrid_, &FlexGrid::CellMouseUp, this, [this](Qt::MouseButton button) {
-        if (button == Qt::LeftButton)
-            BeginTunEdit();
-    });
-    connect(txtTun_, &CellEditor::EnterPressed, this, &frmAdv::TxtTun_Enter);
+    connect(tunGrid_, &FlexGrid::CellMouseUp, this, &frmAdv::TunGrid_MouseUp);
+    connect(txtTun_, &CellEditor::KeyPressed, this, &frmAdv::TxtTun_KeyPress);
     connect(txtTun_, &CellEditor::FocusLeft, this, &frmAdv::TxtTun_Validate);
     const auto *ok = AddButton("cmdOK", PickText(state.language, OkCaption), OkPlace);
     const auto *cancel = AddButton("Command2", PickText(state.language, CancelCaption), CancelPlace);
-    connect(ok, &QPushButton::clicked, this, &frmAdv::Store);
-    connect(cancel, &QPushButton::clicked, this, &frmAdv::reject);
+    connect(ok, &QPushButton::clicked, this, &frmAdv::cmdOK_Click);
+    connect(cancel, &QPushButton::clicked, this, &frmAdv::Command2_Click);
+    Form_Load();
+}
+
+void frmAdv::Form_Load() {
+    setWindowIcon(ThemedIcon(":/icons/k470.svg", palette()));
+    setWindowTitle(ToQt(ModelWord) + PickText(state_.language, Caption));
+    tunGrid_->setAccessibleName(PickText(state_.language, Levels));
+    tuneData_ = LoadTuneData(state_.image);
     RefreshTun();
     RefreshFace();
     RefreshTunDatas();
@@ -63,6 +64,7 @@ frmAdv::frmAdv(AppState &state, QWidget *owner)
 }
 
 void frmAdv::RefreshTun() {
+    layout_ = LayOutTuning(state_.bandLow, state_.bandHigh);
     tunGrid_->setGeometry(PlaceInPixels(GridPlace, this));
     tunGrid_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     tunGrid_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -132,6 +134,11 @@ void frmAdv::TunGrid_KeyPress(const QString &text) {
     }
 }
 
+void frmAdv::TunGrid_MouseUp(Qt::MouseButton button) {
+    if (button == Qt::LeftButton)
+        BeginTunEdit();
+}
+
 void frmAdv::BeginTunEdit() {
     const int row = tunGrid_->Row();
     const int col = tunGrid_->Col();
@@ -149,9 +156,19 @@ void frmAdv::PlaceEditor(const QRect &cell) {
     txtTun_->Open({cell.left(), cell.top() + top, cell.width() - inset, cell.height() - inset});
 }
 
-void frmAdv::TxtTun_Enter() {
-    TxtTun_Validate();
-    tunGrid_->setFocus();
+void frmAdv::TxtTun_KeyPress(int key, bool &swallow) {
+    const bool isEnter = key == Qt::Key_Return || key == Qt::Key_Enter;
+    swallow = isEnter || key == Qt::Key_Escape;
+    if (isEnter) {
+        TxtTun_Validate();
+        tunGrid_->setFocus();
+        MoveOn();
+    } else if (swallow) {
+        txtTun_->Abandon();
+    }
+}
+
+void frmAdv::MoveOn() {
     const TuneCell next = NextTuneCell(layout_, {tunGrid_->Row(), tunGrid_->Col()});
     tunGrid_->SetCurrent(next.row, next.col);
 }
@@ -169,17 +186,25 @@ void frmAdv::CommitOpenEditors() {
 }
 
 void frmAdv::mousePressEvent(QMouseEvent *) {
+    Form_Click();
+}
+
+void frmAdv::Form_Click() {
     if (!txtTun_->IsOpen())
         return;
     CommitOpenEditors();
     tunGrid_->setFocus();
 }
 
-void frmAdv::Store() {
+void frmAdv::cmdOK_Click() {
     CommitOpenEditors();
     ReadTuneGrid();
     StoreTuneData(state_.image, tuneData_);
     accept();
+}
+
+void frmAdv::Command2_Click() {
+    reject();
 }
 
 } // namespace k470

@@ -21,22 +21,29 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
 
 private:
+    void Form_Load();
+    void Form_Click();
+    void cmdOK_Click();
+    void Command2_Click();
+    void TunGrid_KeyPress(const QString &text);
+    void TunGrid_MouseUp(Qt::MouseButton button);
+    /// Enter and Escape end the edit; the editor itself filters what other keys enter.
+    void TxtTun_KeyPress(int key, bool &swallow);
+    void TxtTun_Validate();
+
     void RefreshTun();
     void FitCells();
     void RefreshFace();
     void RefreshTunDatas();
     void ReadTuneGrid();
 
-    void TunGrid_KeyPress(const QString &text);
     void BeginTunEdit();
     void PlaceEditor(const QRect &cell);
-    void TxtTun_Enter();
-    void TxtTun_Validate();
+    void MoveOn();
     void CommitOpenEditors();
-    void Store();
 
     AppState &state_;
-    TuneData tuneData_;
+    TuneData tuneData_{};
     TuneLayout layout_;
     FlexGrid *tunGrid_;
     CellEditor *txtTun_;

@@ -151,7 +151,7 @@ void frmMemoryMap::ConnectEvents() {
             BeginMemEdit(msgMemory_->Row(), msgMemory_->Col());
     });
     connect(msgMemory_, &FlexGrid::Scrolled, txtMemory_, &CellEditor::Abandon);
-    connect(txtMemory_, &CellEditor::EnterPressed, this, &frmMemoryMap::txtMemory_Enter);
+    connect(txtMemory_, &CellEditor::KeyPressed, this, &frmMemoryMap::txtMemory_KeyPress);
     connect(txtMemory_, &CellEditor::FocusLeft, this, &frmMemoryMap::txtMemory_Validate);
     msgMemory_->installEventFilter(this);
 }
@@ -196,9 +196,19 @@ void frmMemoryMap::BeginMemEdit(int row, int col) {
     txtMemory_->Open(msgMemory_->CellRect(row, col));
 }
 
-void frmMemoryMap::txtMemory_Enter() {
-    txtMemory_Validate();
-    msgMemory_->setFocus();
+void frmMemoryMap::txtMemory_KeyPress(int key, bool &swallow) {
+    const bool isEnter = key == Qt::Key_Return || key == Qt::Key_Enter;
+    swallow = isEnter || key == Qt::Key_Escape;
+    if (isEnter) {
+        txtMemory_Validate();
+        msgMemory_->setFocus();
+        MoveOn();
+    } else if (swallow) {
+        txtMemory_->Abandon();
+    }
+}
+
+void frmMemoryMap::MoveOn() {
     const int row = msgMemory_->Row();
     const int col = msgMemory_->Col();
     if (col < Cols - 1)

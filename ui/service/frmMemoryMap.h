@@ -31,8 +31,10 @@ private:
     void ShowCurrentCell();
     void msgMemory_KeyDown(const QString &text);
     void BeginMemEdit(int row, int col);
-    void txtMemory_Enter();
+    /// Enter and Escape end the edit; the editor itself filters what other keys enter.
+    void txtMemory_KeyPress(int key, bool &swallow);
     void txtMemory_Validate();
+    void MoveOn();
     void Store();
 
     AppState &state_;

@@ -94,17 +94,10 @@ void CellEditor::Abandon() {
 }
 
 void CellEditor::keyPressEvent(QKeyEvent *event) {
-    switch (event->key()) {
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        emit EnterPressed();
-        break;
-    case Qt::Key_Escape:
-        Abandon();
-        break;
-    default:
+    bool swallow = false;
+    emit KeyPressed(event->key(), swallow);
+    if (!swallow)
         QLineEdit::keyPressEvent(event);
-    }
 }
 
 void CellEditor::focusOutEvent(QFocusEvent *event) {

@@ -14,8 +14,8 @@ class FlexGrid;
 /// Whether the focus goes to another control of the window for good, not to another window, a menu or a list.
 bool LeavesForGood(const QFocusEvent &event);
 
-/// The text box that is laid over a cell of a grid. It is hidden, or open over exactly one cell. Enter and
-/// the loss of the focus are reported for the window to end the edit; Escape abandons it.
+/// The text box that is laid over a cell of a grid. It is hidden, or open over exactly one cell. Keys and the
+/// loss of the focus are reported for the window to end the edit.
 class CellEditor : public QLineEdit {
     Q_OBJECT
 
@@ -42,7 +42,8 @@ public:
     void Abandon();
 
 signals:
-    void EnterPressed();
+    /// A key, before the editor takes it. Who sets `swallow` keeps it from the editor.
+    void KeyPressed(int key, bool &swallow);
     /// The open editor lost the focus to another control of the window.
     void FocusLeft();
 
