@@ -18,6 +18,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QWheelEvent>
 #include <QWindow>
 
 #include <algorithm>
@@ -250,6 +251,33 @@ TEST_F(MainWindow, AnOpenEditIsTakenOverWhenTheGridScrollsTheFocusLeavesOrACommi
         EXPECT_EQ(Cell(1, 1), "460.00000");
     }
     EXPECT_EQ(GetFreqString(state.image, Field::Rx, 0), "460.00000");
+}
+
+TEST_F(MainWindow, TheWheelScrollsTheGridUnderAnOpenEditorAndChangesNoSetting) {
+    Open({{"Language", "0"}, {"gbRows", "100"}});
+    const auto turnWheel = [](QWidget *over) {
+        QWheelEvent turn(over->rect().center(), over->mapToGlobal(over->rect().center()), {}, {0, -120}, {},
+                         {}, Qt::NoScrollPhase, false);
+        QSpontaneKeyEvent::setSpontaneous(&turn); // as from the mouse: goes on to the parents
+        QCoreApplication::instance()->notify(over, &turn);
+    };
+    EnterFrequency(1, 1, "446.525");
+    for (auto *combo : window->findChild<QWidget *>("Frame4")->findChildren<QComboBox *>()) {
+        const int before = combo->currentIndex();
+        combo->setFocus();
+        turnWheel(combo);
+        EXPECT_EQ(combo->currentIndex(), before) << FromQt(combo->objectName());
+    }
+    EXPECT_EQ(grid->verticalScrollBar()->value(), 0);
+    for (const int col : {1, 3, 7}) {
+        Edit(1, col);
+        turnWheel(EditorOf(col));
+        EXPECT_GT(grid->verticalScrollBar()->value(), 0) << col;
+        EXPECT_FALSE(EditorOf(col)->isVisible()) << col;
+        EXPECT_EQ(Cell(1, 1) + Cell(1, 3) + Cell(1, 7), "446.52500NoneOff");
+        grid->verticalScrollBar()->setValue(0);
+    }
+    EXPECT_EQ(messages, Strings{});
 }
 
 TEST_F(MainWindow, AFrequencyOutsideTheBandWarnsAndIsKept) {

@@ -92,6 +92,7 @@ void ChannelEditors::ConnectGrid() {
     connect(grid_, &FlexGrid::CellKeyPressed, this, &ChannelEditors::ChannelGrid_KeyPress);
     connect(grid_, &FlexGrid::CellMouseUp, this, &ChannelEditors::ChannelGrid_MouseUp);
     grid_->installEventFilter(this);
+    grid_->parentWidget()->installEventFilter(this);
 }
 
 void ChannelEditors::FillToneList() {
@@ -354,6 +355,10 @@ bool ChannelEditors::eventFilter(QObject *watched, QEvent *event) {
         if (event->type() == QEvent::KeyPress && IsSilentKey(*static_cast<QKeyEvent *>(event)))
             CorrectColumn(state_.currentRow);
         return false;
+    }
+    if (watched == grid_->parentWidget() && event->type() == QEvent::Wheel) {
+        QCoreApplication::sendEvent(grid_->viewport(), event); // the editors leave it unused
+        return true;
     }
     if (watched != open_)
         return false;

@@ -17,6 +17,7 @@
 #include "ui/shared/Texts.h"
 #include "ui/shared/ThemedIcon.h"
 #include "ui/shared/Twips.h"
+#include "ui/shared/Wheel.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -76,6 +77,7 @@ constexpr auto MemoryMapKeys = Qt::ShiftModifier | Qt::ControlModifier | Qt::Alt
 frmMain::frmMain(AppState &state, PreferenceStore &store)
     : state_(state), store_(store), files_(state, *this) {
     setObjectName("frmMain");
+    KeepWheelFromClosedLists();
     setContextMenuPolicy(Qt::NoContextMenu); // the toolkit's own offers but to hide the toolbar
     setWindowIcon(QIcon(":/icons/k470.svg"));
     MakeMenus();
