@@ -61,15 +61,19 @@ frmMemoryMap::frmMemoryMap(AppState &state, QWidget *owner)
     : ServiceDialog("frmMemoryMap", ClientWidth, ClientHeight, EscapeKey::Cancels, owner), state_(state),
       msgMemory_(new FlexGrid(1, 1, this)), txtMemory_(new CellEditor(msgMemory_, FilterHexKey)),
       lblAddr_(new QLabel(this)), lblValue_(new QLabel(this)) {
-    setWindowTitle("Memory Map");
     MakeGrid();
     MakeLabels();
-    FillGrid();
     const auto *ok = AddButton("cmdOK", "&OK", OkPlace);
     const auto *cancel = AddButton("cmdCancel", "&Cancel", CancelPlace);
-    connect(ok, &QPushButton::clicked, this, &frmMemoryMap::Store);
-    connect(cancel, &QPushButton::clicked, this, &frmMemoryMap::reject);
+    connect(ok, &QPushButton::clicked, this, &frmMemoryMap::cmdOK_Click);
+    connect(cancel, &QPushButton::clicked, this, &frmMemoryMap::cmdCancel_Click);
     ConnectEvents();
+    Form_Load();
+}
+
+void frmMemoryMap::Form_Load() {
+    setWindowTitle("Memory Map");
+    FillGrid();
     msgMemory_->SetCurrent(1, 1);
     msgMemory_->setFocus();
 }
@@ -144,19 +148,17 @@ void frmMemoryMap::FillGrid() {
 }
 
 void frmMemoryMap::ConnectEvents() {
-    connect(msgMemory_, &FlexGrid::CellEntered, this, &frmMemoryMap::ShowCurrentCell);
+    connect(msgMemory_, &FlexGrid::CellEntered, this, &frmMemoryMap::msgMemory_EnterCell);
     connect(msgMemory_, &FlexGrid::CellKeyPressed, this, &frmMemoryMap::msgMemory_KeyDown);
-    connect(msgMemory_, &FlexGrid::CellMouseUp, this, [this](Qt::MouseButton button) {
-        if (button == Qt::LeftButton)
-            BeginMemEdit(msgMemory_->Row(), msgMemory_->Col());
-    });
-    connect(msgMemory_, &FlexGrid::Scrolled, txtMemory_, &CellEditor::Abandon);
+    connect(msgMemory_, &FlexGrid::CellMouseUp, this, &frmMemoryMap::msgMemory_MouseUp);
+    connect(msgMemory_, &FlexGrid::Scrolled, this, &frmMemoryMap::msgMemory_Scroll);
     connect(txtMemory_, &CellEditor::KeyPressed, this, &frmMemoryMap::txtMemory_KeyPress);
     connect(txtMemory_, &CellEditor::FocusLeft, this, &frmMemoryMap::txtMemory_Validate);
+    connect(txtMemory_, &CellEditor::FocusLeft, this, &frmMemoryMap::txtMemory_LostFocus);
     msgMemory_->installEventFilter(this);
 }
 
-void frmMemoryMap::ShowCurrentCell() {
+void frmMemoryMap::msgMemory_EnterCell() {
     const int row = msgMemory_->Row();
     const int col = msgMemory_->Col();
     lblAddr_->setText(msgMemory_->CellText(row, 0).left(LongestLineCaption) +
@@ -175,6 +177,16 @@ void frmMemoryMap::msgMemory_KeyDown(const QString &text) {
         if (txtMemory_->IsOpen())
             txtMemory_->setText(QChar::fromLatin1(*digit));
     }
+}
+
+void frmMemoryMap::msgMemory_MouseUp(Qt::MouseButton button) {
+    if (button == Qt::LeftButton)
+        BeginMemEdit(msgMemory_->Row(), msgMemory_->Col());
+}
+
+/// The editor must not stay open over a cell that has scrolled away.
+void frmMemoryMap::msgMemory_Scroll() {
+    txtMemory_->Abandon();
 }
 
 /// The grid hands texts on, which do not tell the keypad's separator from a comma.
@@ -200,7 +212,7 @@ void frmMemoryMap::txtMemory_KeyPress(int key, bool &swallow) {
     const bool isEnter = key == Qt::Key_Return || key == Qt::Key_Enter;
     swallow = isEnter || key == Qt::Key_Escape;
     if (isEnter) {
-        txtMemory_Validate();
+        EndMemEdit();
         msgMemory_->setFocus();
         MoveOn();
     } else if (swallow) {
@@ -218,20 +230,33 @@ void frmMemoryMap::MoveOn() {
 }
 
 void frmMemoryMap::txtMemory_Validate() {
-    const std::string text = CompleteHexCell(FromQt(txtMemory_->EndEdit()));
+    const std::string text = CompleteHexCell(FromQt(txtMemory_->text()));
     msgMemory_->SetCellText(txtMemory_->Row(), txtMemory_->Col(), ToQt(text));
-    ShowCurrentCell();
+    msgMemory_EnterCell();
 }
 
-void frmMemoryMap::Store() {
+void frmMemoryMap::txtMemory_LostFocus() {
+    txtMemory_->EndEdit();
+}
+
+void frmMemoryMap::EndMemEdit() {
+    txtMemory_Validate();
+    txtMemory_->EndEdit();
+}
+
+void frmMemoryMap::cmdOK_Click() {
     if (txtMemory_->IsOpen())
-        txtMemory_Validate();
+        EndMemEdit();
     for (int row = 1; row < Rows; ++row) {
         const auto line = Line(state_.image, row - 1);
         for (int col = 1; col < Cols; ++col)
             line[static_cast<std::size_t>(col - 1)] = HexCellByte(FromQt(msgMemory_->CellText(row, col)));
     }
     accept();
+}
+
+void frmMemoryMap::cmdCancel_Click() {
+    reject();
 }
 
 } // namespace k470

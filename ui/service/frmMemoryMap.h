@@ -22,20 +22,26 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void MakeGrid();
-    void MakeFrame();
-    void FillGrid();
-    void MakeLabels();
-    void ConnectEvents();
-
-    void ShowCurrentCell();
+    void Form_Load();
+    void cmdOK_Click();
+    void cmdCancel_Click();
+    void msgMemory_EnterCell();
     void msgMemory_KeyDown(const QString &text);
-    void BeginMemEdit(int row, int col);
+    void msgMemory_MouseUp(Qt::MouseButton button);
+    void msgMemory_Scroll();
     /// Enter and Escape end the edit; the editor itself filters what other keys enter.
     void txtMemory_KeyPress(int key, bool &swallow);
     void txtMemory_Validate();
+    void txtMemory_LostFocus();
+
+    void MakeGrid();
+    void MakeFrame();
+    void MakeLabels();
+    void ConnectEvents();
+    void FillGrid();
+    void BeginMemEdit(int row, int col);
+    void EndMemEdit();
     void MoveOn();
-    void Store();
 
     AppState &state_;
     FlexGrid *msgMemory_;
