@@ -36,6 +36,8 @@ inline constexpr std::array<ExitMeaning, 8> ExitMeanings{{
     {ExitInterrupted, "interrupted", "interrupted by Ctrl+C, a request to end or a hang-up of the terminal"},
 }};
 
+inline constexpr int MostRetries = 9;
+
 /// What the arguments say. Each command uses those that it asks for.
 struct CommandArguments {
     std::string port; ///< COM name or device path
@@ -45,6 +47,7 @@ struct CommandArguments {
     std::string band;  ///< "LOW-HIGH" in MHz
     std::string channels;
     std::string trace; ///< file that records the frames; "" for none
+    int retry = 2;     ///< how often a disturbed read is begun anew, 0 to MostRetries
     bool noBackup = false;
     bool noVerify = false;
     bool json = false; ///< results in the form for machines

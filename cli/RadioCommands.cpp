@@ -41,7 +41,7 @@ bool ReadIntoFile(RadioRun &run) {
         return run.Fail(ExitFile, *std::move(failure));
     if (!run.OpenTrace(output))
         return false;
-    if (!run.TakeEnd(run.RunSession(state, {.mode = CloneMode::Read, .purpose = "read"}))) {
+    if (!run.TakeEnd(run.ReadRadio(state, {.mode = CloneMode::Read, .purpose = "read"}))) {
         run.Say(FileLeft, {output});
         return false;
     }

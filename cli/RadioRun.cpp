@@ -4,6 +4,8 @@
 #include "core/Preferences.h"
 #include "link/MissingLines.h"
 
+#include <QThread>
+
 #include <utility>
 
 namespace k470 {
@@ -12,13 +14,16 @@ namespace {
 
 using End = CloneReport::End;
 
-constexpr TextPair NoAnswer{
-    "No answer from the radio on {}. Check that the radio is on, that the cable is plugged in and that this "
-    "is the cable's port, then try again.",
-    "{} 上的对讲机没有应答。请检查对讲机是否开机、写频线是否插好、串口是否正确，然后重试。"};
-constexpr TextPair Broken{"The connection to the radio on {} broke in the middle. Check the cable and the "
-                          "radio's battery, then try again.",
-                          "与 {} 上对讲机的连接中断。请检查写频线和对讲机电池，然后重试。"};
+constexpr TextPair NoAnswer{"No answer from the radio on {}.", "{} 上的对讲机没有应答。"};
+constexpr TextPair NoAnswerAdvice{
+    " Check that the radio is on, that the cable is plugged in and that this is the cable's port, then try "
+    "again.",
+    "请检查对讲机是否开机、写频线是否插好、串口是否正确，然后重试。"};
+constexpr TextPair Broken{"The connection to the radio on {} broke in the middle.",
+                          "与 {} 上对讲机的连接中断。"};
+constexpr TextPair BrokenAdvice{" Check the cable and the radio's battery, then try again.",
+                                "请检查写频线和对讲机电池，然后重试。"};
+constexpr TextPair ReadAgain{"{} Reading the radio again ({} of {}).", "{}重新读取（第 {} 次，共 {} 次）。"};
 constexpr TextPair Interrupted{"Interrupted.", "已中断。"};
 
 constexpr TextPair WrongCount{
@@ -102,16 +107,63 @@ CloneReport RadioRun::RunSession(AppState &state, const CloneTask &task) {
     return RunClone(state, task, {port_, interrupts_, trace_, console_});
 }
 
+CloneReport RadioRun::ReadRadio(AppState &state, const CloneTask &task) {
+    const AppState fresh = state;
+    CloneReport session = RunSession(state, task);
+    if (session.end == End::OpenFailed || session.end == End::NoAnswer)
+        return session;
+    const auto failed = [&session] {
+        return session.end == End::Completed ? !session.missingLines->empty()
+                                             : session.end != End::Interrupted;
+    };
+    for (int again = 1; again <= arguments_.retry && failed() && !interrupts_.Interrupted(); ++again) {
+        console_.PrintError(console_.Phrase(
+            ReadAgain, {FailureText(session), std::to_string(again), std::to_string(arguments_.retry)}));
+        if (session.end == End::OpenFailed)
+            WaitForPort();
+        state = fresh;
+        session = RunSession(state, task);
+    }
+    if (session.end == End::OpenFailed)
+        session.end = End::Broken; // the port was there a moment ago
+    return session;
+}
+
+/// What kept a session from bringing all lines.
+std::string RadioRun::FailureText(const CloneReport &session) const {
+    switch (session.end) {
+    case End::OpenFailed:
+        return PortFailureText(session.failure, UsedLanguage());
+    case End::NoAnswer:
+        return console_.Phrase(NoAnswer, {port_.name});
+    case End::Broken:
+        return console_.Phrase(Broken, {port_.name});
+    case End::Interrupted:
+        return console_.Phrase(Interrupted);
+    case End::Completed:
+        break;
+    }
+    return NotReceivedText(*session.missingLines, UsedLanguage());
+}
+
+/// A cable that was pulled, or whose adapter fell off the bus, needs a moment to be a port again.
+void RadioRun::WaitForPort() const {
+    constexpr unsigned long SliceMs = 50;
+    constexpr int Slices = 20;
+    for (int slice = 0; slice < Slices && !interrupts_.Interrupted(); ++slice)
+        QThread::msleep(SliceMs);
+}
+
 bool RadioRun::TakeEnd(const CloneReport &session) {
     switch (session.end) {
     case End::OpenFailed:
-        return Fail(ExitPort, PortFailureText(session.failure, UsedLanguage()));
+        return Fail(ExitPort, FailureText(session));
     case End::NoAnswer:
-        return Fail(ExitRadio, console_.Phrase(NoAnswer, {port_.name}));
+        return Fail(ExitRadio, FailureText(session) + console_.Phrase(NoAnswerAdvice));
     case End::Broken:
-        return Fail(ExitRadio, console_.Phrase(Broken, {port_.name}));
+        return Fail(ExitRadio, FailureText(session) + console_.Phrase(BrokenAdvice));
     case End::Interrupted:
-        return Fail(ExitInterrupted, console_.Phrase(Interrupted));
+        return Fail(ExitInterrupted, FailureText(session));
     case End::Completed:
         break;
     }

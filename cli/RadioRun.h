@@ -39,6 +39,10 @@ public:
     AppState NewState() const;
 
     CloneReport RunSession(AppState &state, const CloneTask &task);
+    /// Runs a session that reads. When the radio has answered and yet lines are missing or the session broke
+    /// off, tells why and begins anew, from the image as it is now, as often as the arguments allow.
+    /// @return how the last session ended; as broken too when it could not even begin
+    CloneReport ReadRadio(AppState &state, const CloneTask &task);
     /// Puts into the report how the session ended. @return whether it did all that it should
     bool TakeEnd(const CloneReport &session);
 
@@ -46,6 +50,8 @@ public:
     ExitCode Finish();
 
 private:
+    std::string FailureText(const CloneReport &session) const;
+    void WaitForPort() const;
     bool IsImageOrPort(const std::string &trace, const std::string &image) const;
 
     const CommandArguments &arguments_;

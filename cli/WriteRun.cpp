@@ -84,7 +84,7 @@ bool FailToKeep(RadioRun &run, std::string failure) {
 
 bool KeepOldImage(RadioRun &run, const std::string &folder) {
     AppState old = run.NewState();
-    if (!run.TakeEnd(run.RunSession(old, BackupTask))) {
+    if (!run.TakeEnd(run.ReadRadio(old, BackupTask))) {
         run.Say(RadioLeft);
         return false;
     }
@@ -125,7 +125,7 @@ std::vector<LineDifference> Compare(const MemoryImage &sent, const MemoryImage &
 bool CompareRadio(RadioRun &run, const MemoryImage &sent, const CloneTask &task, const std::string &differs) {
     AppState state = run.NewState();
     state.image = UnlikeImage(sent);
-    const CloneReport session = run.RunSession(state, task);
+    const CloneReport session = run.ReadRadio(state, task);
     const bool read = run.TakeEnd(session);
     if (session.end != CloneReport::End::Completed)
         return false;

@@ -18,7 +18,7 @@ using namespace k470;
 
 struct ArgumentShape {
     const char *name; ///< an option when it begins with dashes
-    std::variant<std::string CommandArguments::*, bool CommandArguments::*> value;
+    std::variant<std::string CommandArguments::*, int CommandArguments::*, bool CommandArguments::*> value;
     const char *type; ///< of what follows; "" for a flag
     const char *help;
     bool required = true;
@@ -40,6 +40,8 @@ const ArgumentShape OutputArgument{"OUT", &CommandArguments::output, "FILE",
 const ArgumentShape TraceArgument{"--trace", &CommandArguments::trace, "FILE",
                                   "Record every frame with its time in a file; an existing one is replaced",
                                   false};
+const ArgumentShape RetryArgument{"--retry", &CommandArguments::retry, "N",
+                                  "How often a read that lacks lines or breaks off is begun anew", false};
 const ArgumentShape NoBackupArgument{"--no-backup", &CommandArguments::noBackup, "",
                                      "Do not read the radio and keep its image first", false};
 const ArgumentShape NoVerifyArgument{"--no-verify", &CommandArguments::noVerify, "",
@@ -51,15 +53,16 @@ const std::vector<CommandShape> Commands{
     {"read",
      "Read the radio into a file",
      RunRead,
-     {PortArgument, OutputArgument, TraceArgument, JsonArgument}},
+     {PortArgument, OutputArgument, RetryArgument, TraceArgument, JsonArgument}},
     {"write",
      "Write the image of a file to the radio, keep the old one, and verify",
      RunWrite,
-     {PortArgument, InputArgument, NoBackupArgument, NoVerifyArgument, TraceArgument, JsonArgument}},
+     {PortArgument, InputArgument, NoBackupArgument, NoVerifyArgument, RetryArgument, TraceArgument,
+      JsonArgument}},
     {"verify",
      "Compare the radio with the image of a file",
      RunVerify,
-     {PortArgument, InputArgument, TraceArgument, JsonArgument}},
+     {PortArgument, InputArgument, RetryArgument, TraceArgument, JsonArgument}},
     {"new",
      "Make the image of a radio without programmed channels",
      RunNew,
@@ -109,6 +112,13 @@ void AddArgument(CLI::App &command, const ArgumentShape &shape, std::string &val
         ->type_name(shape.type)
         ->required(shape.required)
         ->check(notEmpty);
+}
+
+void AddArgument(CLI::App &command, const ArgumentShape &shape, int &value) {
+    command.add_option(shape.name, value, shape.help)
+        ->type_name(shape.type)
+        ->capture_default_str()
+        ->check(CLI::Range(0, MostRetries));
 }
 
 void AddArgument(CLI::App &command, const ArgumentShape &shape, bool &value) {

@@ -99,6 +99,7 @@ struct FailureCase {
     QStringList command;
     int code;
     QStringList texts;
+    int again = 0;    ///< how often a read is begun anew
     int differs = -1; ///< the one line told
 };
 
@@ -158,19 +159,27 @@ TEST_F(CliRadioTest, ARadioThatFailsIsToldWithWhatItLeavesBehind) {
     // The radio has two channels before: what goes wrong from step 4 on lets the backup pass.
     const std::vector<FailureCase> cases{
         {"no-reply@0x99", {"write"}, 5, {"No answer from the radio on COM1.", UntouchedText}},
-        {"wrong-ack@3x9", {"read"}, 5, {Broken, NotWritten}},
-        {"wrong-ack@3x9", {"write"}, 5, {Broken, UntouchedText}},
+        {"wrong-ack@3x99", {"read"}, 5, {Broken, NotWritten}, 2},
+        {"wrong-ack@3x99", {"write", "--retry", "0"}, 5, {Broken, UntouchedText}},
+        {"wrong-ack@3x8", {"verify"}, 0, {}, 1},
         {"wrong-ack@1x9", {"write", "--no-backup"}, 5, {Broken, UntouchedText}},
         {"wrong-ack@5x9", {"write"}, 5, {Broken, MixtureText, Restore}},
-        {"short-data@102", {"read"}, 5, {Line100, NotWritten}},
-        {"short-data@102", {"verify"}, 5, {Line100}},
-        {"short-data@102", {"write"}, 5, {Line100, UntouchedText}},
-        {"short-data@5", {"write"}, 5, {"Channel 4 was not received.", NotVerified, Restore}},
-        {"no-store@5", {"write"}, 6, {"Channel 4 (line 3), address 003", MixtureText, Restore}, 3},
+        {"short-data@102", {"read", "--retry", "0"}, 5, {Line100, NotWritten}},
+        {"short-data@102", {"verify", "--retry", "0"}, 5, {Line100}},
+        {"short-data@102x9", {"write", "--retry", "1"}, 5, {Line100, UntouchedText}, 1},
+        {"short-data@102x2", {"write"}, 0, {Restore}, 2},
+        {"short-data@5x2",
+         {"write", "--retry", "1"},
+         5,
+         {"Channel 4 was not received.", NotVerified, Restore},
+         1},
+        {"short-data@5", {"write"}, 0, {Restore}, 1},
+        {"no-store@5", {"write"}, 6, {"Channel 4 (line 3), address 003", MixtureText, Restore}, 0, 3},
         {"no-store@109",
          {"write", "--no-backup"},
          6,
          {"Line 107, address 06B", MixtureText, WriteAgain},
+         0,
          107},
         {"no-store@5", {"write", "--no-verify"}, 0, {Restore}},
         {"no-store@5", {"write", "--no-verify", "--no-backup"}, 0, {}},
@@ -194,6 +203,7 @@ TEST_F(CliRadioTest, ARadioThatFailsIsToldWithWhatItLeavesBehind) {
         for (const QString &text : test.texts)
             EXPECT_EQ(ending.errors.contains(text), test.code != 0) << text.toStdString();
         EXPECT_EQ(ending.errors.contains(UntouchedText), test.texts.contains(UntouchedText));
+        EXPECT_EQ(ending.errors.count(" Reading the radio again ("), test.again);
         EXPECT_FALSE(ending.errors.contains("--no-backup")) << "it would not help";
         const QStringList backups = Backups(works[i]->state.path());
         EXPECT_EQ(backups.size(), test.texts.contains(Restore) ? 1 : 0);
