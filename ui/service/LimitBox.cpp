@@ -12,8 +12,6 @@ namespace k470 {
 
 namespace {
 
-constexpr int SelectedCharacters = 3;
-
 bool IsDigit(QChar c) {
     return c >= '0' && c <= '9';
 }
@@ -47,20 +45,14 @@ void LimitBox::SetLimit(const QString &text) {
     delete before;
 }
 
-void LimitBox::SelectNumber() {
-    setSelection(0, SelectedCharacters);
+void LimitBox::LeaveForNext() {
+    focusNextPrevChild(true);
 }
 
 void LimitBox::keyPressEvent(QKeyEvent *event) {
-    constexpr Qt::KeyboardModifiers Chord = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
-    const bool isText = !event->text().isEmpty() && event->text().front().isPrint();
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
-        focusNextPrevChild(true);
-    else if (event->key() == Qt::Key_Escape)
-        event->accept(); // no key but Backspace does anything here beside the digits
-    else if (isText && !(event->modifiers() & Chord) && !IsDigit(event->text().front()))
-        event->accept();
-    else
+    bool swallow = false;
+    emit KeyPressed(event, swallow);
+    if (!swallow)
         QLineEdit::keyPressEvent(event);
 }
 
@@ -68,7 +60,7 @@ void LimitBox::focusInEvent(QFocusEvent *event) {
     QLineEdit::focusInEvent(event);
     enteredByMouse_ = event->reason() == Qt::MouseFocusReason;
     if (LeavesForGood(*event))
-        SelectNumber();
+        emit FocusTaken();
 }
 
 void LimitBox::focusOutEvent(QFocusEvent *event) {
@@ -81,7 +73,7 @@ void LimitBox::focusOutEvent(QFocusEvent *event) {
 void LimitBox::mouseReleaseEvent(QMouseEvent *event) {
     QLineEdit::mouseReleaseEvent(event);
     if (enteredByMouse_ && !hasSelectedText())
-        SelectNumber();
+        emit FocusTaken();
     enteredByMouse_ = false;
 }
 

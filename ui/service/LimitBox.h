@@ -4,8 +4,8 @@
 
 namespace k470 {
 
-/// A text box for a band limit in MHz. Digits are typed; what else the limit that was set contains, such as
-/// the point of 136.5, may stay. Enter moves the focus on as Tab does.
+/// A text box for a band limit in MHz. It takes digits; what else the limit that was set contains, such as
+/// the point of 136.5, may stay.
 class LimitBox : public QLineEdit {
     Q_OBJECT
 
@@ -13,8 +13,15 @@ public:
     explicit LimitBox(QWidget *parent);
 
     void SetLimit(const QString &text);
+    /// Moves the focus to the next control in the tab order.
+    void LeaveForNext();
 
 signals:
+    /// The focus came from another control of the window; or the mouse button that brought it was released,
+    /// which sets the caret, and nothing is selected.
+    void FocusTaken();
+    /// A key, before the box takes it. Who sets `swallow` keeps it from the box.
+    void KeyPressed(const QKeyEvent *key, bool &swallow);
     /// The focus went to another control of the window.
     void FocusLeft();
 
@@ -25,8 +32,6 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
-    void SelectNumber();
-
     bool enteredByMouse_ = false;
 };
 

@@ -9,6 +9,7 @@
 #include "ui/shared/Twips.h"
 
 #include <QFrame>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 
@@ -42,36 +43,65 @@ constexpr std::array<LimitControls, 2> Limits{{
 frmSetFreqRange::frmSetFreqRange(AppState &state, RangeHost &host, QWidget *owner)
     : ServiceDialog("frmSetFreqRange", ClientWidth, ClientHeight, EscapeKey::DoesNothing, owner),
       state_(state), host_(host) {
-    setWindowTitle(PickText(state.language, Caption));
     auto *frame = new QFrame(this);
     frame->setObjectName("Frame1");
     frame->setFrameStyle(QFrame::StyledPanel);
     frame->setGeometry(PlaceInPixels(FramePlace, this));
-    AddLimit(0, frame, state.bandLow);
-    AddLimit(1, frame, state.bandHigh);
+    for (std::size_t i = 0; i < Limits.size(); ++i)
+        AddLimit(i, frame);
     const auto *ok = AddButton("cmdOK", PickText(state.language, OkCaption), OkPlace);
     const auto *cancel = AddButton("cmdCancel", PickText(state.language, CancelCaption), CancelPlace);
-    connect(ok, &QPushButton::clicked, this, &frmSetFreqRange::Apply);
-    connect(cancel, &QPushButton::clicked, this, &frmSetFreqRange::reject);
+    connect(ok, &QPushButton::clicked, this, &frmSetFreqRange::cmdOK_Click);
+    connect(cancel, &QPushButton::clicked, this, &frmSetFreqRange::cmdCancel_Click);
+    Form_Load();
     txtFreq_[0]->setFocus(Qt::TabFocusReason);
 }
 
-void frmSetFreqRange::AddLimit(std::size_t index, QWidget *frame, double limit) {
+void frmSetFreqRange::Form_Load() {
+    setWindowTitle(PickText(state_.language, Caption));
+    for (std::size_t i = 0; i < Limits.size(); ++i) {
+        lblFreq_[i]->setText(PickText(state_.language, Limits[i].caption) + Unit);
+        txtFreq_[i]->setAccessibleName(lblFreq_[i]->text());
+    }
+    txtFreq_[0]->SetLimit(ToQt(ShortestDecimal(state_.bandLow)));
+    txtFreq_[1]->SetLimit(ToQt(ShortestDecimal(state_.bandHigh)));
+}
+
+void frmSetFreqRange::AddLimit(std::size_t index, QWidget *frame) {
     const LimitControls &controls = Limits[index];
-    auto *label = new QLabel(PickText(state_.language, controls.caption) + Unit, frame);
+    auto *label = new QLabel(frame);
     label->setObjectName(controls.label);
     label->move(TwipsToPixels(controls.place.left, this), TwipsToPixels(LabelTop, this));
     auto *box = new LimitBox(frame);
     box->setObjectName(controls.box);
-    box->setAccessibleName(label->text());
     box->setGeometry(PlaceInPixels(controls.place, this));
-    box->SetLimit(ToQt(ShortestDecimal(limit)));
+    connect(box, &LimitBox::FocusTaken, this, [this, index] { TxtFreq_GotFocus(index); });
+    connect(box, &LimitBox::KeyPressed, this,
+            [this, index](const QKeyEvent *key, bool &swallow) { TxtFreq_KeyPress(index, key, swallow); });
     connect(box, &LimitBox::FocusLeft, this, &frmSetFreqRange::TxtFreq_Validate);
+    lblFreq_[index] = label;
     txtFreq_[index] = box;
 }
 
 double frmSetFreqRange::Limit(std::size_t index) const {
     return NumericPrefix(FromQt(txtFreq_[index]->text()));
+}
+
+void frmSetFreqRange::TxtFreq_GotFocus(std::size_t index) {
+    constexpr int SelectedCharacters = 3;
+    txtFreq_[index]->setSelection(0, SelectedCharacters);
+}
+
+/// Digits, Backspace, the keys that move the caret and chords pass.
+void frmSetFreqRange::TxtFreq_KeyPress(std::size_t index, const QKeyEvent *key, bool &swallow) {
+    constexpr Qt::KeyboardModifiers Chord = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
+    const QChar c = key->text().isEmpty() ? QChar() : key->text().front();
+    const bool isDigit = c >= '0' && c <= '9';
+    const bool isEnter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
+    const bool isText = c.isPrint() && !(key->modifiers() & Chord);
+    swallow = isEnter || key->key() == Qt::Key_Escape || (isText && !isDigit);
+    if (isEnter)
+        txtFreq_[index]->LeaveForNext();
 }
 
 void frmSetFreqRange::TxtFreq_Validate() {
@@ -90,7 +120,7 @@ bool frmSetFreqRange::ConfirmErase() {
     return answer == QMessageBox::Ok;
 }
 
-void frmSetFreqRange::Apply() {
+void frmSetFreqRange::cmdOK_Click() {
     TxtFreq_Validate(); // the access key of a button leaves the focus where it is
     const Band limits{Limit(0), Limit(1)};
     if (!IsSpanAllowed(limits)) {
@@ -106,6 +136,10 @@ void frmSetFreqRange::Apply() {
         host_.ShowTitle();
     }
     accept();
+}
+
+void frmSetFreqRange::cmdCancel_Click() {
+    reject();
 }
 
 } // namespace k470

@@ -5,7 +5,8 @@
 
 #include <array>
 
-class QGroupBox;
+class QKeyEvent;
+class QLabel;
 
 namespace k470 {
 
@@ -30,15 +31,22 @@ public:
     frmSetFreqRange(AppState &state, RangeHost &host, QWidget *owner);
 
 private:
-    void AddLimit(std::size_t index, QWidget *frame, double limit);
+    void Form_Load();
+    void TxtFreq_GotFocus(std::size_t index);
+    void TxtFreq_KeyPress(std::size_t index, const QKeyEvent *key, bool &swallow);
+    /// Corrects both limits, whichever box is left.
     void TxtFreq_Validate();
+    void cmdOK_Click();
+    void cmdCancel_Click();
+
+    void AddLimit(std::size_t index, QWidget *frame);
     double Limit(std::size_t index) const;
     bool ConfirmErase();
-    void Apply();
 
     AppState &state_;
     RangeHost &host_;
-    std::array<LimitBox *, 2> txtFreq_{}; ///< low, high
+    std::array<QLabel *, 2> lblFreq_{}; ///< low, high
+    std::array<LimitBox *, 2> txtFreq_{};
 };
 
 } // namespace k470
