@@ -25,6 +25,8 @@
 #include <map>
 #include <memory>
 
+#include <sys/stat.h>
+
 namespace k470 {
 namespace {
 
@@ -440,6 +442,11 @@ TEST(PreferencesFile, GivesBackWhatItTookAndWhatAPersonTyped) {
     EXPECT_EQ(store.GetKeyValue("gbPort"), "");
     EXPECT_TRUE(store.UpdateKey("language", "1"));
     EXPECT_EQ(IniPreferences(path).GetKeyValue("Language"), "1");
+
+    const std::string pipe = FromQt(folder.filePath("pipe"));
+    ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+    EXPECT_EQ(IniPreferences(ToQt(pipe)).GetKeyValue("Language"), "");
+    EXPECT_FALSE(IniPreferences(ToQt(pipe)).UpdateKey("Language", "1"));
 }
 
 TEST_F(MainWindow, OnlyTheWholeGestureOpensTheMemoryMap) {

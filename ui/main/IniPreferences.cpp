@@ -3,6 +3,7 @@
 #include "link/QtComPorts.h"
 #include "ui/shared/Texts.h"
 
+#include <QFileInfo>
 #include <QSettings>
 
 namespace k470 {
@@ -10,6 +11,12 @@ namespace k470 {
 namespace {
 
 constexpr auto Group = "K470";
+
+/// Whether a file can hold preferences. To open a pipe would wait for its writer, and a device may never end.
+bool IsUsable(const QString &path) {
+    const QFileInfo file(path);
+    return file.isFile() || !file.exists();
+}
 
 /// The name under which the store holds a value, whatever its case; "" when it holds none.
 QString StoredName(const QSettings &settings, const QString &name) {
@@ -29,6 +36,8 @@ IniPreferences::IniPreferences(QString path) : path_(std::move(path)) {
 }
 
 std::string IniPreferences::GetKeyValue(std::string_view name) const {
+    if (!IsUsable(path_))
+        return {};
     QSettings settings(path_, QSettings::IniFormat);
     settings.beginGroup(Group);
     const QString stored = StoredName(settings, ToQt(name));
@@ -37,6 +46,8 @@ std::string IniPreferences::GetKeyValue(std::string_view name) const {
 }
 
 bool IniPreferences::UpdateKey(std::string_view name, std::string_view text) {
+    if (!IsUsable(path_))
+        return false;
     QSettings settings(path_, QSettings::IniFormat);
     settings.beginGroup(Group);
     // The store tells names apart by case, the preferences do not: the old spelling goes.
