@@ -509,6 +509,12 @@ TEST_F(MainWindow, NewClearsTheChannelsOnlyWhenConfirmed) {
     EXPECT_FALSE(ImageModified(state));
 }
 
+TEST_F(MainWindow, AnArgumentThatCannotBeReadIsToldInAMessage) {
+    Open();
+    window->OpenNamed("/nowhere/none.tw");
+    EXPECT_EQ(messages, Strings{"Cannot open /nowhere/none.tw\nNo such file or directory"});
+}
+
 TEST_F(MainWindow, TheCaptionShowsAnyFileNameAsItIs) {
     Open();
     for (const char *name : {"a[*]b.tw", "[*][*]", "[[*]*]"}) {

@@ -404,8 +404,12 @@ void frmMain::mnuFile_Exit_Click() {
 
 void frmMain::OpenNamed(const std::string &path) {
     const auto failure = files_.OpenNamed(path);
-    if (failure && failure->kind == LoadFailure::Kind::Unreadable)
-        std::fprintf(stderr, "k470: %s: %s\n", path.c_str(), failure->text.c_str());
+    if (!failure || failure->kind != LoadFailure::Kind::Unreadable)
+        return;
+    std::fprintf(stderr, "k470: %s: %s\n", path.c_str(), failure->text.c_str());
+    constexpr TextPair CannotOpen{"Cannot open ", "无法打开 "};
+    ShowMessage(std::string(Pick(state_.language, CannotOpen)) + path + "\n" + failure->text,
+                Icon::Exclamation, ModelWord);
 }
 
 void frmMain::mnuRead_Click() {

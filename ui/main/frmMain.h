@@ -33,7 +33,8 @@ public:
     /// @param store read here and written when the window closes
     frmMain(AppState &state, PreferenceStore &store);
 
-    /// Opens a codeplug file as the Open command does after its dialog.
+    /// Opens a codeplug file as the Open command does after its dialog; one that cannot be read gets a
+    /// message too, as nobody has seen its name in a dialog.
     void OpenNamed(const std::string &path);
 
     void TransferFocus() override;
