@@ -496,6 +496,23 @@ TEST_F(MainWindow, EveryCommandOpensItsWindow) {
     }
 }
 
+TEST_F(MainWindow, OpenAsksWhetherToSaveAModifiedImageFirst) {
+    Open();
+    const QTemporaryDir folder;
+    for (const auto &[button, saves, goesOn] : {std::tuple{QMessageBox::Cancel, false, false},
+                                                {QMessageBox::No, false, true},
+                                                {QMessageBox::Yes, true, true}}) {
+        answer = button;
+        state.currentFileName = FromQt(folder.filePath("mine.tw"));
+        --state.image[Address::Volume];
+        dialogs.clear();
+        Trigger("mnuFile_Open");
+        EXPECT_EQ(dialogs, goesOn ? Strings{"FileDialog"} : Strings{}) << button;
+        EXPECT_EQ(QFile::exists(folder.filePath("mine.tw")), saves) << button;
+    }
+    EXPECT_EQ(messages, Strings(3, "File has been modified, save it now?"));
+}
+
 TEST_F(MainWindow, NewClearsTheChannelsOnlyWhenConfirmed) {
     Open();
     EnterFrequency(1, 1, "446.525");
