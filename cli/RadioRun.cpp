@@ -73,7 +73,6 @@ bool RadioRun::LoadImage(const std::string &path, AppState &state) {
                     console_.Phrase(WrongCount, {path, std::to_string(state.image[Address::ChannelCount]),
                                                  std::to_string(MaxChannels)}));
     TakeGridRowsFromImage(state);
-    PrepareForWrite(state.image);
     return true;
 }
 

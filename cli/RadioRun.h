@@ -31,7 +31,7 @@ public:
     /// @return false
     bool Fail(ExitCode code, std::string sentence);
 
-    /// The image of a file, ready to be sent: nothing but an image with a channel count is.
+    /// The image of a file, and the grid rows that go with it. Only an image with a channel count is taken.
     bool LoadImage(const std::string &path, AppState &state);
     /// Begins the trace when the arguments ask for one. @param image file that the command uses
     bool OpenTrace(const std::string &image);

@@ -109,38 +109,38 @@ bool Write(RadioRun &run, AppState &state) {
     return false;
 }
 
-/// What differs in lines that have arrived.
-std::vector<LineDifference> Compare(const MemoryImage &sent, const MemoryImage &found,
-                                    const std::vector<int> &missing) {
-    std::vector<LineDifference> differences = CompareWritten(sent, found);
-    std::erase_if(differences, [&missing](const LineDifference &difference) {
-        return std::find(missing.begin(), missing.end(), difference.line) != missing.end();
-    });
-    return differences;
-}
+/// How an image is compared with what a radio holds.
+struct Comparison {
+    CloneTask task;
+    std::vector<LineDifference> (*compare)(const MemoryImage &image, const MemoryImage &found);
+    std::string differs; ///< the sentence that begins the differences
+};
 
 /// Reads the radio and compares. Lines that did not arrive leave it open whether the radio holds the image,
 /// unless another one shows that it does not.
 /// @return whether it holds the image
-bool CompareRadio(RadioRun &run, const MemoryImage &sent, const CloneTask &task, const std::string &differs) {
+bool CompareRadio(RadioRun &run, const MemoryImage &image, const Comparison &comparison) {
     AppState state = run.NewState();
-    state.image = UnlikeImage(sent);
-    const CloneReport session = run.ReadRadio(state, task);
+    state.image = UnlikeImage(image);
+    const CloneReport session = run.ReadRadio(state, comparison.task);
     const bool read = run.TakeEnd(session);
-    if (session.end != CloneReport::End::Completed)
+    if (!session.missingLines)
         return false;
-    const auto differences = Compare(sent, state.image, *session.missingLines);
+    std::vector<LineDifference> differences = comparison.compare(image, state.image);
+    std::erase_if(differences, [&missing = *session.missingLines](const LineDifference &difference) {
+        return std::find(missing.begin(), missing.end(), difference.line) != missing.end();
+    });
     run.Report().differences = differences;
     if (differences.empty())
         return read;
-    run.Fail(ExitVerify, differs);
+    run.Fail(ExitVerify, comparison.differs);
     for (std::string &sentence : DifferenceSentences(differences, run.Terminal()))
         run.Fail(ExitVerify, std::move(sentence));
     return false;
 }
 
 bool ReadBack(RadioRun &run, const MemoryImage &sent) {
-    if (CompareRadio(run, sent, ReadBackTask, run.Terminal().Phrase(VerifyFailed)))
+    if (CompareRadio(run, sent, {ReadBackTask, CompareWritten, run.Terminal().Phrase(VerifyFailed)}))
         return true;
     RadioReport &report = run.Report();
     if (report.code == ExitVerify) {
@@ -165,6 +165,7 @@ bool WriteFileToRadio(RadioRun &run) {
     AppState state = run.NewState();
     if (!run.LoadImage(arguments.input, state))
         return false;
+    PrepareForWrite(state.image);
     std::string folder;
     if (!arguments.noBackup) {
         if (auto failure = MakeBackupFolder(folder, run.UsedLanguage()))
@@ -184,7 +185,8 @@ bool VerifyFile(RadioRun &run) {
     const std::string &input = run.Arguments().input;
     AppState state = run.NewState();
     if (!run.LoadImage(input, state) || !run.OpenTrace(input) ||
-        !CompareRadio(run, state.image, VerifyTask, run.Terminal().Phrase(HoldsOther, {input})))
+        !CompareRadio(run, state.image,
+                      {VerifyTask, CompareHeld, run.Terminal().Phrase(HoldsOther, {input})}))
         return false;
     run.Say(HoldsFile, {input});
     return true;

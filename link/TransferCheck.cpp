@@ -66,4 +66,14 @@ std::vector<LineDifference> CompareWritten(const MemoryImage &sent, const Memory
     return differences;
 }
 
+std::vector<LineDifference> CompareHeld(const MemoryImage &image, const MemoryImage &found) {
+    MemoryImage written = image;
+    PrepareForWrite(written);
+    MemoryImage expected = image;
+    for (const std::size_t address : {Address::ChannelCountCopy, Address::WriteMark})
+        if (found[address] == written[address])
+            expected[address] = written[address];
+    return CompareWritten(expected, found);
+}
+
 } // namespace k470

@@ -31,4 +31,10 @@ MemoryImage UnlikeImage(const MemoryImage &sent);
 /// @return the lines that differ, in ascending order
 std::vector<LineDifference> CompareWritten(const MemoryImage &sent, const MemoryImage &found);
 
+/// The same for an image that nobody has sent, such as one that was read. At the bytes that PrepareForWrite
+/// sets a radio may hold those of the image or what a write of it sets there.
+/// @param image its channel count is 0 to 99
+/// @param found a radio's image, read into UnlikeImage(image)
+std::vector<LineDifference> CompareHeld(const MemoryImage &image, const MemoryImage &found);
+
 } // namespace k470

@@ -214,8 +214,10 @@ TEST_F(CliRadioTest, ARadioThatFailsIsToldWithWhatItLeavesBehind) {
 }
 
 TEST_F(CliRadioTest, VerifyTellsEveryLineThatAWriteWouldHaveChanged) {
-    const QString in = Save("in.bin", SampleImage(12));
-    MemoryImage image = WrittenImage(12);
+    MemoryImage image = SampleImage(12);
+    image[Address::ChannelCountCopy] = image[Address::WriteMark] =
+        0xEE; // as of a radio that was never written
+    const QString in = Save("in.bin", image);
     Line(image, 1)[5] ^= 0x01; // channel 2 is empty in the file: this byte does not travel
     const Radio same({"--image", Save("same.bin", image)});
     EXPECT_EQ(RunCli({"verify", "--port", same.Path(), in}).output,

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -218,6 +219,20 @@ TEST(TransferCheck, TellsTheLinesWhereARadioHoldsSomethingElse) {
     EXPECT_EQ(differences[1].expected, Bytes{NotProgrammed}) << "of an empty channel one byte travels";
     EXPECT_EQ(differences[2].address, 0x021U);
     EXPECT_EQ(differences[2].found, Bytes(14, 0xFD));
+}
+
+TEST(TransferCheck, TakesTheImagesOwnBytesWhereAWriteSetsOthers) {
+    MemoryImage image{};
+    image[Address::ChannelCount] = 3;
+    image[Address::ChannelCountCopy] = 1;
+    image[Address::WriteMark] = 2;
+    for (const auto &[copy, mark, differing] : std::initializer_list<std::array<std::uint8_t, 3>>{
+             {1, 2, 0}, {3, 0x55, 0}, {1, 0x55, 0}, {3, 2, 0}, {2, 2, 1}, {3, 1, 1}, {0x55, 3, 2}}) {
+        MemoryImage found = image;
+        found[Address::ChannelCountCopy] = copy;
+        found[Address::WriteMark] = mark;
+        EXPECT_EQ(CompareHeld(image, found).size(), differing) << +copy << " " << +mark;
+    }
 }
 
 TEST_F(TraceFolder, ABackupNeverTakesTheNameOfAnother) {
