@@ -65,16 +65,19 @@ void AskForLowLatency(int descriptor) {
     ::ioctl(descriptor, TIOCSSERIAL, &settings);
 }
 
+bool HasHungUp(int descriptor) {
+    pollfd state{.fd = descriptor, .events = 0, .revents = 0};
+    return ::poll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+}
+
 /// @return whether a failed read means that the other side is gone. A read also fails, on a healthy port,
 /// when the bytes that it was called for have been emptied in the meantime.
 bool IsDeviceGone(int descriptor) {
-    pollfd state{.fd = descriptor, .events = POLLIN, .revents = 0};
-    if (::poll(&state, 1, 0) <= 0)
-        return false;
-    if ((state.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0)
+    if (HasHungUp(descriptor))
         return true;
+    pollfd state{.fd = descriptor, .events = POLLIN, .revents = 0};
     int waiting = 0;
-    return ::ioctl(descriptor, FIONREAD, &waiting) != 0 || waiting == 0;
+    return ::poll(&state, 1, 0) > 0 && (::ioctl(descriptor, FIONREAD, &waiting) != 0 || waiting == 0);
 }
 
 constexpr int LineSpeed = QSerialPort::Baud9600;
@@ -106,7 +109,11 @@ QtSerialPort::QtSerialPort(std::function<ComPortTable()> ports, QObject *parent)
     port_.setFlowControl(QSerialPort::NoFlowControl);
     port_.setReadBufferSize(InBufferSize);
     connect(&port_, &QSerialPort::readyRead, this, &QtSerialPort::QueueNotification);
-    connect(&port_, &QSerialPort::errorOccurred, this, &QtSerialPort::CheckForHangUp);
+    connect(&port_, &QSerialPort::errorOccurred, this, &QtSerialPort::CheckError);
+    // Qt Serial Port 6.8 reports no error when the other side hangs up: it reads nothing, over and over.
+    hangUpTimer_.setInterval(200);
+    connect(&hangUpTimer_, &QTimer::timeout, this, &QtSerialPort::CheckForHangUp);
+    connect(&port_, &QSerialPort::aboutToClose, &hangUpTimer_, &QTimer::stop);
 }
 
 QtSerialPort::~QtSerialPort() {
@@ -129,6 +136,7 @@ std::optional<PortFailure> QtSerialPort::Open() {
     if (!OpenDevice(failure))
         return failure;
 
+    hangUpTimer_.start();
     bitsPerSecond_ = SpeedOf(static_cast<int>(port_.handle()));
     sendingBytes_ = 0;
     AskForLowLatency(static_cast<int>(port_.handle()));
@@ -245,7 +253,12 @@ void QtSerialPort::ResumeReading() {
     port_.setReadBufferSize(InBufferSize);
 }
 
-void QtSerialPort::CheckForHangUp(QSerialPort::SerialPortError error) {
+void QtSerialPort::CheckForHangUp() {
+    if (HasHungUp(static_cast<int>(port_.handle())))
+        port_.close();
+}
+
+void QtSerialPort::CheckError(QSerialPort::SerialPortError error) {
     if (error == QSerialPort::NoError || !port_.isOpen())
         return;
     // Left open, a port that is gone reports its error over and over, as fast as the event loop turns.

@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QSerialPort>
+#include <QTimer>
 
 #include <chrono>
 #include <cstddef>
@@ -19,9 +20,10 @@ namespace k470 {
 /// The serial port of Qt behind the interface that the clone session uses. Lives on the thread of its event
 /// loop.
 ///
-/// A device that goes away (cable pulled, other side hung up) closes the port at once; nothing is raised for
-/// it, IsOpen tells. Up to InBufferSize bytes wait here, what comes beyond waits in the kernel: a radio that
-/// talks too much loses nothing and costs neither memory nor time until its bytes are read or emptied.
+/// A device that goes away (cable pulled, other side hung up) closes the port within moments; nothing is
+/// raised for it, IsOpen tells. Up to InBufferSize bytes wait here, what comes beyond waits in the kernel: a
+/// radio that talks too much loses nothing and costs neither memory nor time until its bytes are read or
+/// emptied.
 class QtSerialPort : public QObject, public SerialPort {
     Q_OBJECT
 
@@ -52,7 +54,8 @@ private:
     bool OpenDevice(PortFailure &failure);
     Clock::time_point EndOfSending(int bitsPerByte) const;
     void ResumeReading();
-    void CheckForHangUp(QSerialPort::SerialPortError error);
+    void CheckForHangUp();
+    void CheckError(QSerialPort::SerialPortError error);
 
     bool IsReplyWaiting() const;
     void QueueNotification();
@@ -62,6 +65,7 @@ private:
     std::function<ComPortTable()> ports_;
     std::function<void()> handler_;
     QSerialPort port_;
+    QTimer hangUpTimer_;             ///< runs while the port is open
     int bitsPerSecond_ = 0;          ///< of the open line; 0: a line without a speed
     Clock::time_point sendingSince_; ///< when the first of the bytes that leave without a pause was output
     std::size_t sendingBytes_ = 0;   ///< how many these are
