@@ -1,5 +1,7 @@
 #include "link/QtSerialPort.h"
 
+#include "link/QtLockFile.h"
+
 #include <QFile>
 #include <QPointer>
 
@@ -44,8 +46,8 @@ Kind KindOfOpenError(QSerialPort::SerialPortError error, const std::string &path
     case QSerialPort::DeviceNotFoundError:
         return Kind::NoSuchDevice;
     case QSerialPort::PermissionError:
-        // The same error stands for a device that the user may not use, one that is held exclusively and one
-        // whose lock file another program has.
+        // The same error stands for a device that the user may not use, one that is held exclusively, one
+        // whose lock file another program has and one for which no lock file can be written (see OpenDevice).
         return MayUse(path) ? Kind::Busy : Kind::Denied;
     case QSerialPort::UnsupportedOperationError:
         return Kind::NotSerial;
@@ -170,6 +172,12 @@ bool QtSerialPort::OpenDevice(PortFailure &failure) {
         return true;
     failure.kind = KindOfOpenError(port_.error(), path);
     failure.detail = port_.errorString().toStdString();
+    if (failure.kind != Kind::Busy)
+        return false;
+    if (const std::string problem = LockFileProblem(path); !problem.empty()) {
+        failure.kind = Kind::NoLockFile;
+        failure.detail = problem;
+    }
     return false;
 }
 

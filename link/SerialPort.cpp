@@ -17,7 +17,7 @@ constexpr TextPair PlugIn{". Plug in the programming cable or choose another por
                           "。请插好写频线，或选择其他串口。"};
 
 /// In the order of PortFailure::Kind.
-constexpr std::array<FailureWords, 6> Words{{
+constexpr std::array<FailureWords, 7> Words{{
     {{": no serial device has this name", "：没有使用此名称的串口设备"}, PlugIn},
     {{" is not there", "不存在"}, PlugIn},
     {{" may not be used by your account", "不允许当前用户使用"},
@@ -28,6 +28,11 @@ constexpr std::array<FailureWords, 6> Words{{
      {". Close that program and try again.", "。请关闭该程序，然后重试。"}},
     {{" is not a serial port", "不是串口"},
      {". Choose another port or check the path of the device.", "。请选择其他串口，或检查设备路径。"}},
+    {{" cannot be locked, since no lock file can be written", "无法锁定，因为无法写入锁文件"},
+     {". The lock file keeps other programs off the port. Make the folder writable, free disk space or lift "
+      "the file size limit, and try again.",
+      "。锁文件防止其他程序同时使用该串口。请将该文件夹设为可写、释放磁盘空间或取消文件大小限制，然后重试。"},
+     true},
     {{" could not be opened", "无法打开"},
      {". Unplug the programming cable, plug it in again and try again.", "。请重新插拔写频线，然后重试。"},
      true},

@@ -24,6 +24,7 @@ struct PortFailure {
         Denied,       ///< the user may not use the device
         Busy,         ///< another program has it
         NotSerial,    ///< a folder, a plain file, a device without line settings
+        NoLockFile,   ///< no lock file can be written for it; detail holds folder and reason, may be ""
         Other,        ///< detail holds the system's words
     };
     Kind kind = Kind::Other;

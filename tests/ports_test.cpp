@@ -134,6 +134,8 @@ TEST(PortFailureText, NamesPortAndDeviceAndSaysWhatToDo) {
         {{Kind::Denied, "COM5", "/dev/x", "e"}, "\nsudo usermod -aG dialout $USER\n"},
         {{Kind::Busy, "", "/dev/x", ""}, "/dev/x is in use by another"},
         {{Kind::NotSerial, "COM5", "/tmp", ""}, "COM5 (/tmp) is not a serial port"},
+        {{Kind::NoLockFile, "COM5", "/dev/x", "/var/lock: Full"},
+         "can be written: /var/lock: Full. The lock"},
         {{Kind::Other, "COM5", "/dev/x", "I/O error"}, "opened: I/O error. "},
         {{Kind::Other, "COM5", "/dev/x", ""}, "could not be opened. "},
     };
@@ -142,7 +144,7 @@ TEST(PortFailureText, NamesPortAndDeviceAndSaysWhatToDo) {
         EXPECT_NE(text.find(part), std::string::npos) << text;
     }
     EXPECT_EQ(
-        PortFailureText(cases[5].failure, Language::Chinese).find("COM5（/dev/x）无法打开：I/O error。"), 0U);
+        PortFailureText(cases[6].failure, Language::Chinese).find("COM5（/dev/x）无法打开：I/O error。"), 0U);
 }
 
 } // namespace

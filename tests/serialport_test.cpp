@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -24,6 +25,7 @@
 #include <grp.h>
 #include <pty.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
@@ -291,19 +293,6 @@ TEST_F(SerialPortTest, TellsWhetherAFrameCanHaveLeftOnALineWithASpeed) {
     qunsetenv("K470_PTY_BAUD");
 }
 
-TEST_F(SerialPortTest, AClosedPortTakesEveryCallQuietly) {
-    port->SetReplyLength(1);
-    port->Close();
-    port->Close();
-    port->Output(Bytes{1});
-    port->EmptyBuffers();
-    peer->Send({1});
-    RunQueued();
-    EXPECT_EQ(port->Input(), Bytes{});
-    EXPECT_EQ(notifications, 0);
-    EXPECT_FALSE(port->IsOpen());
-}
-
 TEST_F(SerialPortTest, AHandlerMayDeleteThePort) {
     port->OnReceived([this] { port.reset(); });
     port->SetReplyLength(1);
@@ -381,14 +370,17 @@ TEST_F(SerialPortTest, APortInUseIsBusyUnderEachOfItsNamesUntilItIsClosed) {
 }
 
 /// Opens the device without the rights of root, which no permission and no exclusive terminal stops, and
-/// exits with the failure's kind.
-[[noreturn]] void OpenAsOrdinaryUser(const std::string &device) {
+/// exits with the failure's kind. @param largestFile  the size in bytes to which files are limited
+[[noreturn]] void OpenAsOrdinaryUser(const std::string &device, rlim_t largestFile = RLIM_INFINITY) {
+    const rlimit limit{.rlim_cur = largestFile, .rlim_max = RLIM_INFINITY};
+    std::signal(SIGXFSZ, SIG_IGN);
     const bool ordinary =
         ::geteuid() != 0 || (::setgroups(0, nullptr) == 0 && ::setgid(Nobody) == 0 && ::setuid(Nobody) == 0);
+    const bool limited = ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
     QtSerialPort port([&device] { return ComPortTable{{1, device, ""}}; });
     port.SetCommPort(1);
     const std::optional<PortFailure> failure = port.Open();
-    ::_exit(!ordinary ? -1 : failure ? static_cast<int>(failure->kind) : Opened);
+    ::_exit(!ordinary || !limited ? -1 : failure ? static_cast<int>(failure->kind) : Opened);
 }
 
 TEST_F(SerialPortTest, TellsADeniedDeviceFromABusyOne) {
@@ -399,6 +391,10 @@ TEST_F(SerialPortTest, TellsADeniedDeviceFromABusyOne) {
     ASSERT_EQ(::fchmod(peer->terminal, 0666), 0);
     EXPECT_EXIT(OpenAsOrdinaryUser(peer->device), testing::ExitedWithCode(Opened), "")
         << "closing left the terminal exclusive";
+    EXPECT_EXIT(OpenAsOrdinaryUser(peer->device, 1), exitsWith(Kind::NoLockFile), "");
+    ASSERT_FALSE(port->Open());
+    EXPECT_EXIT(OpenAsOrdinaryUser(peer->device, 1), exitsWith(Kind::Busy), "") << "its lock file is there";
+    port->Close();
     ASSERT_EQ(::ioctl(peer->terminal, TIOCEXCL), 0);
     EXPECT_EXIT(OpenAsOrdinaryUser(peer->device), exitsWith(Kind::Busy), "");
 }
