@@ -33,7 +33,7 @@ public:
     void ShowCompleted() override { completed = true; }
     void RefreshAfterRead() override {}
     void WarnMissingLines(const std::vector<int> &) override { completed = false; }
-    std::vector<std::string> EnumComPorts() override { return {""}; }
+    ComPortTable ComPorts() override { return {}; }
     void CloseWindow() override { QCoreApplication::exit(0); }
 };
 

@@ -31,7 +31,7 @@ public:
     void ShowCompleted() override;
     void RefreshAfterRead() override {}
     void WarnMissingLines(const std::vector<int> &lines) override { report_.missingLines = lines; }
-    std::vector<std::string> EnumComPorts() override { return k470::EnumComPorts(line_.port.table()); }
+    ComPortTable ComPorts() override { return line_.port.table(); }
     void CloseWindow() override;
 
 private:

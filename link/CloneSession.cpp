@@ -2,7 +2,6 @@
 
 #include "core/Bands.h"
 #include "core/NumberText.h"
-#include "link/ComPorts.h"
 
 #include <algorithm>
 
@@ -207,12 +206,11 @@ void CloneSession::RepeatStep() {
 }
 
 bool CloneSession::SearchNextPort() {
-    state_.comPortList = view_.EnumComPorts();
-    const bool anyPort = !state_.comPortList.empty() && !state_.comPortList.front().empty();
-    if (!anyPort || scanIndex_ >= state_.comPortList.size())
+    const std::vector<std::string> names = EnumComPorts(state_, view_.ComPorts());
+    if (names.front().empty() || scanIndex_ >= names.size())
         return false;
     port_.Close();
-    if (const auto number = PortNumberFromName(state_.comPortList[scanIndex_]))
+    if (const auto number = PortNumberFromName(names[scanIndex_]))
         state_.portNumber = *number;
     view_.ShowPortNumber();
     TransferDatas();

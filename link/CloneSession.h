@@ -2,6 +2,7 @@
 
 #include "core/AppState.h"
 #include "link/CloneFrames.h"
+#include "link/ComPorts.h"
 #include "link/SerialPort.h"
 
 #include <bitset>
@@ -44,8 +45,8 @@ public:
     virtual void RefreshAfterRead() = 0;
     /// A completed read lacks these lines.
     virtual void WarnMissingLines(const std::vector<int> &lines) = 0;
-    /// The system's serial ports now; the single entry "" when there is none.
-    virtual std::vector<std::string> EnumComPorts() = 0;
+    /// The system's serial devices now.
+    virtual ComPortTable ComPorts() = 0;
     virtual void CloseWindow() = 0;
 };
 

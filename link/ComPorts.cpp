@@ -1,5 +1,7 @@
 #include "link/ComPorts.h"
 
+#include "core/AppState.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -216,12 +218,13 @@ ComPortTable BuildComPortTable(ComPortTable userEntries, std::vector<SystemDevic
     return table;
 }
 
-std::vector<std::string> EnumComPorts(const ComPortTable &table) {
+std::vector<std::string> EnumComPorts(AppState &state, const ComPortTable &table) {
     std::vector<std::string> names;
     for (const ComPort &port : table)
         names.push_back(ComPortName(port.number));
     if (names.empty())
         names.emplace_back();
+    state.comPortList = names;
     return names;
 }
 

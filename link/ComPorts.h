@@ -8,6 +8,8 @@
 
 namespace k470 {
 
+struct AppState;
+
 /// A serial device under the name that the program gives it.
 struct ComPort {
     int number = 0;          ///< n of the name COM followed by n, 1 to 255
@@ -48,7 +50,8 @@ ComPortTable ParsePortFile(std::string_view text);
 ComPortTable BuildComPortTable(ComPortTable userEntries, std::vector<SystemDevice> devices);
 
 /// The names of the table's ports, upper case, in table order; the single entry "" when there is none.
-std::vector<std::string> EnumComPorts(const ComPortTable &table);
+/// They are left in state.comPortList too.
+std::vector<std::string> EnumComPorts(AppState &state, const ComPortTable &table);
 
 /// @return the entry of that number, nullptr when there is none
 const ComPort *FindComPort(const ComPortTable &table, int number);

@@ -138,6 +138,13 @@ void FakeView::WarnMissingLines(const std::vector<int> &lines) {
     Ask("WarnMissingLines");
 }
 
+ComPortTable FakeView::ComPorts() {
+    ComPortTable table;
+    for (const int number : ports)
+        table.push_back({number, "", ""});
+    return table;
+}
+
 void FakeView::CloseWindow() {
     closed = true;
     Tell("CloseWindow");

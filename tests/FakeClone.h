@@ -141,11 +141,11 @@ public:
     void ShowCompleted() override { Ask("ShowCompleted"); }
     void RefreshAfterRead() override { Tell("RefreshAfterRead"); }
     void WarnMissingLines(const std::vector<int> &lines) override;
-    std::vector<std::string> EnumComPorts() override { return ports; }
+    ComPortTable ComPorts() override;
     void CloseWindow() override;
 
-    std::vector<std::string> ports{""}; ///< the system's ports
-    int retries = 0;                    ///< how many questions are answered with Retry, before Cancel
+    std::vector<int> ports; ///< numbers of the system's ports
+    int retries = 0;        ///< how many questions are answered with Retry, before Cancel
 
     std::vector<std::string> calls; ///< all but the progress and its label
     std::vector<std::pair<int, int>> progress;

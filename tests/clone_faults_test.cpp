@@ -84,7 +84,7 @@ public:
                  FaultInjector({{.kind = fault.kind, .step = fault.step, .count = fault.count}}, fault.seed)),
           clone_(state_, fault.delivery) {
         clone_.timers.hurries = fault.seed % 4 < 2;
-        clone_.view.ports = {"COM1", "COM2"};
+        clone_.view.ports = {1, 2};
         clone_.view.retries = 1;
         clone_.Connect(1, &radio_);
         clone_.Connect(2, nullptr);

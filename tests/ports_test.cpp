@@ -1,3 +1,4 @@
+#include "core/AppState.h"
 #include "link/ComPorts.h"
 #include "link/SerialPort.h"
 
@@ -108,8 +109,10 @@ TEST(ComPortTable, KeepsTheFirstOfEqualNumbersAndTheDescriptions) {
     EXPECT_EQ(FindComPort(table, 1)->description, "a ttyS0");
     EXPECT_EQ(FindComPort(table, 7)->description, "first");
     EXPECT_EQ(FindComPort(table, 2), nullptr);
-    EXPECT_EQ(EnumComPorts(table), (std::vector<std::string>{"COM7", "COM1"}));
-    EXPECT_EQ(EnumComPorts({}), std::vector<std::string>{""});
+    AppState state;
+    EXPECT_EQ(EnumComPorts(state, table), (std::vector<std::string>{"COM7", "COM1"}));
+    EXPECT_EQ(EnumComPorts(state, {}), std::vector<std::string>{""});
+    EXPECT_EQ(state.comPortList, std::vector<std::string>{""});
 }
 
 TEST(ComPortTable, LeavesOutDevicesBeyondCom255) {

@@ -47,8 +47,7 @@ void frmComPort::Form_Load(const ComPortTable &table) {
 }
 
 void frmComPort::FillPorts(const ComPortTable &table) {
-    state_.comPortList = EnumComPorts(table);
-    if (state_.comPortList.front().empty())
+    if (EnumComPorts(state_, table).front().empty())
         return;
     for (const ComPort &port : table) {
         combo1_->addItem(ToQt(ComPortName(port.number)));

@@ -170,8 +170,8 @@ void frmclone::WarnMissingLines(const std::vector<int> &lines) {
     Ask(QMessageBox::Warning, ToQt(ModelWord), ToQt(MissingLinesText(lines, state_.language)));
 }
 
-std::vector<std::string> frmclone::EnumComPorts() {
-    return k470::EnumComPorts(host_.ComPorts());
+ComPortTable frmclone::ComPorts() {
+    return host_.ComPorts();
 }
 
 void frmclone::CloseWindow() {

@@ -70,7 +70,7 @@ private:
     void ShowCompleted() override;
     void RefreshAfterRead() override;
     void WarnMissingLines(const std::vector<int> &lines) override;
-    std::vector<std::string> EnumComPorts() override;
+    ComPortTable ComPorts() override;
     void CloseWindow() override;
 
     AppState &state_;
