@@ -54,7 +54,7 @@ std::optional<double> RunSession(CloneMode mode, int channels) {
     QtSerialPort port([&table] { return table; });
     QtCloneTimers timers;
     CloneSession session(state, port, timers, view);
-    timers.Drive(session);
+    timers.Drive([&] { session.SendTick(); }, [&] { session.OvertimeTick(); });
 
     QElapsedTimer clock;
     QTimer::singleShot(0, [&] { // an end before the loop runs would not end it

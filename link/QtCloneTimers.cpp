@@ -44,10 +44,6 @@ void QtCloneTimers::Pause(int milliseconds) {
     QThread::msleep(static_cast<unsigned long>(milliseconds));
 }
 
-void QtCloneTimers::Drive(CloneSession &session) {
-    Drive([&session] { session.SendTick(); }, [&session] { session.OvertimeTick(); });
-}
-
 void QtCloneTimers::Drive(const std::function<void()> &sendTick, const std::function<void()> &overtimeTick) {
     for (QTimer *timer : {&tmrSend_, &hurry_})
         QObject::connect(timer, &QTimer::timeout, timer, sendTick);

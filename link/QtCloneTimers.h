@@ -23,7 +23,6 @@ public:
     QTimer &OvertimeTimer() { return tmrOvertime_; }
 
     /// Feeds the ticks to a session, or to who stands before it, for as long as `this` lives.
-    void Drive(CloneSession &session);
     void Drive(const std::function<void()> &sendTick, const std::function<void()> &overtimeTick);
 
 private:
