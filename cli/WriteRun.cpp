@@ -1,10 +1,10 @@
 #include "cli/WriteRun.h"
 
 #include "cli/Backup.h"
+#include "cli/ShellText.h"
 
 #include <algorithm>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -42,18 +42,6 @@ constexpr TextPair RestoreByHand{
     "Its old image is kept in {}, with a channel count that no radio has. To restore it, open it in the "
     "program, set the channel count and write it from there.",
     "旧映像保存在 {}，但其中的信道数无效。要恢复，请在编程软件中打开，设置信道数后写入。"};
-
-/// An argument as a shell takes it.
-std::string ForShell(const std::string &argument) {
-    constexpr std::string_view Plain =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+=:,@";
-    if (argument.find_first_not_of(Plain) == std::string::npos)
-        return argument;
-    std::string quoted = "'";
-    for (const char c : argument)
-        quoted += c == '\'' ? "'\\''" : std::string(1, c);
-    return quoted + "'";
-}
 
 /// Says how to get the old image back.
 void SayRestore(RadioRun &run) {
