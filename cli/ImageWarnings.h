@@ -16,4 +16,10 @@ Json WarningsAsJson(const std::vector<ImageWarning> &warnings, Language language
 /// "channel 3", "radio"
 std::string PlaceText(const ImageWarning &warning, Language language);
 
+/// One line: how many warnings there are, the first three, and the command that shows all.
+/// @param path the image's file
+/// @param warnings at least one
+std::string WarningSummary(const std::string &path, const std::vector<ImageWarning> &warnings,
+                           Language language);
+
 } // namespace k470

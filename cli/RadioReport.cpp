@@ -1,5 +1,6 @@
 #include "cli/RadioReport.h"
 
+#include "cli/ImageWarnings.h"
 #include "cli/Outcome.h"
 #include "core/HexCells.h"
 
@@ -45,13 +46,15 @@ std::string Join(const std::vector<std::string> &sentences) {
     return text;
 }
 
-Json JsonOf(const RadioReport &report) {
+Json JsonOf(const RadioReport &report, Language language) {
     Json json{{"command", report.command}, {"port", report.port}};
     AddOutcome(json, report.code);
     if (report.backup)
         json["backup"] = report.backup->empty() ? Json() : Json(*report.backup);
-    if (report.mayHoldMixture)
+    if (report.mayHoldMixture) {
         json["radioMayHoldMixture"] = *report.mayHoldMixture;
+        json["warnings"] = report.warnings ? WarningsAsJson(*report.warnings, language) : Json();
+    }
     json["differences"] = report.differences ? JsonOf(*report.differences) : Json();
     json["missingLines"] = report.missingLines ? Json(*report.missingLines) : Json();
     std::vector<std::string> sentences = report.successes;
@@ -81,7 +84,7 @@ ExitCode TellReport(const RadioReport &report, bool json, const Console &console
     if (failed)
         for (const std::string &sentence : report.sentences)
             console.PrintError(sentence);
-    const bool told = !json || console.PrintResult(DumpJson(JsonOf(report)));
+    const bool told = !json || console.PrintResult(DumpJson(JsonOf(report, console.UsedLanguage())));
     return report.code == ExitDone && !told ? ExitFile : report.code;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Commands.h"
+#include "core/ImageChecks.h"
 #include "link/TransferCheck.h"
 
 #include <optional>
@@ -20,6 +21,7 @@ struct RadioReport {
 
     std::optional<std::vector<int>> missingLines{}; ///< lines that a read did not bring
     std::optional<std::vector<LineDifference>> differences{};
+    std::optional<std::vector<ImageWarning>> warnings{}; ///< of a write: what a check says of its file
     std::optional<bool> mayHoldMixture{}; ///< of a write: neither the old nor the new image is certain
     std::optional<std::string> backup{};  ///< of a write: the file; "" for none
     bool backupHasCount = true;           ///< whether the backup can be written as it is

@@ -4,7 +4,7 @@
 
 namespace k470 {
 
-/// An argument as a shell takes it.
+/// A file or a port as a shell takes it; one that looks like an option begins with "./".
 std::string ForShell(const std::string &argument);
 
 } // namespace k470

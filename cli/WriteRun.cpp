@@ -1,6 +1,7 @@
 #include "cli/WriteRun.h"
 
 #include "cli/Backup.h"
+#include "cli/ImageWarnings.h"
 #include "cli/ShellText.h"
 
 #include <algorithm>
@@ -60,6 +61,13 @@ void SayWayOut(RadioRun &run) {
         run.Say(WriteAgain);
     else
         SayRestore(run);
+}
+
+/// Tells what a check of the file would tell, while there is time to stop. It keeps nothing from being sent.
+void TellWarnings(RadioRun &run, const MemoryImage &image) {
+    const auto &warnings = run.Report().warnings.emplace(CheckImage(image));
+    if (!warnings.empty())
+        run.Terminal().PrintError(WarningSummary(run.Arguments().input, warnings, run.UsedLanguage()));
 }
 
 /// The backup has no place. @return false
@@ -153,6 +161,7 @@ bool WriteFileToRadio(RadioRun &run) {
     AppState state = run.NewState();
     if (!run.LoadImage(arguments.input, state))
         return false;
+    TellWarnings(run, state.image);
     PrepareForWrite(state.image);
     std::string folder;
     if (!arguments.noBackup) {

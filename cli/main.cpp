@@ -157,7 +157,7 @@ int main(int argc, char **argv) {
         ->type_name("LANG")
         ->check(CLI::IsMember({"en", "zh"}));
     bool quiet = false;
-    app.add_flag("--quiet", quiet, "No progress and no word of success; results and errors only");
+    app.add_flag("--quiet", quiet, "No progress and no word of success; results, warnings and errors only");
     CommandArguments arguments;
     std::vector<CLI::App *> parsed;
     for (const CommandShape &shape : Commands)

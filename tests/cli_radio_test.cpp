@@ -47,16 +47,24 @@ TEST_F(CliRadioTest, ReadFillsANewImageWithTheLinesOfTheRadio) {
 }
 
 TEST_F(CliRadioTest, WriteKeepsTheOldImageBringsTheNewOneAndLeavesTheFileAlone) {
-    const QByteArray image = Content(Save("in.bin", SampleImage(3)));
-    ASSERT_EQ(RunCli({"pack", In("in.bin"), In("in.tw")}).code, 0);
+    MemoryImage questionable = SampleImage(3);
+    questionable[Address::WorkingChannel] = 1; // which is empty
+    for (const std::size_t setting : {Address::Volume, Address::TimeOutTimer, Address::Squelch})
+        questionable[setting] = 0xEE;
+    const QByteArray image = Content(Save("in.bin", questionable));
+    const QString file = In("Jo's.tw");
+    ASSERT_EQ(RunCli({"pack", In("in.bin"), file}).code, 0);
     MemoryImage memory;
     memory.fill(0xA5);
     memory[Address::ChannelCount] = 7;
     const QByteArray old = Bytes(memory);
     Radio radio({"--image", Save("old.bin", memory)});
     const Variables ports{{"K470_PORTS", "COM1=/dev/null;COM7=" + radio.Path()}};
-    const Ending ending = RunCli({"write", "--port", "com7", In("in.tw"), "--lang", "zh"}, ports);
+    const Ending ending = RunCli({"write", "--port", "com7", file, "--lang", "zh"}, ports);
     EXPECT_EQ(ending.code, 0) << ending.errors.toStdString();
+    EXPECT_TRUE(ending.errors.startsWith("k470-cli: " + file + "：4 条警告：整机 "));
+    EXPECT_TRUE(ending.errors.endsWith("；另有 1 条。查看全部：k470-cli check '" + In("Jo") + "'\\''s.tw'\n"))
+        << ending.errors.toStdString();
     const QString backup = Backups(In("state")).join("");
     EXPECT_EQ(ending.output,
               "对讲机中的旧映像保存在 " + backup + "\n成功写完！\n已校验：对讲机中的数据与写入的一致。\n");
@@ -69,7 +77,7 @@ TEST_F(CliRadioTest, WriteKeepsTheOldImageBringsTheNewOneAndLeavesTheFileAlone) 
     EXPECT_EQ(Lines(held, 1, 1), '\xFF' + Lines(old, 1, 1).mid(1)) << "of an empty channel one byte travels";
     EXPECT_EQ(Lines(held, 2, 2), Lines(image, 2, 2));
     EXPECT_EQ(Lines(held, 3, 98), Lines(old, 3, 98));
-    EXPECT_EQ(SettingsLines(held), SettingsLines(Bytes(WrittenImage(3))));
+    EXPECT_EQ(SettingsLines(held), SettingsLines(image)) << "the sample bears the bytes of a write";
     EXPECT_EQ(Lines(held, 108, 111), Lines(old, 108, 111));
     EXPECT_EQ(Lines(Unpacked(backup), 0, 6), Lines(old, 0, 6));
     EXPECT_EQ(SettingsLines(Unpacked(backup)), SettingsLines(old));
@@ -115,6 +123,7 @@ void ExpectDocument(const FailureCase &test, const QJsonObject &json, const QStr
     if (test.command.contains("--no-backup")) {
         EXPECT_EQ(json["missingLines"].isNull(), test.code != 6) << "nothing was read but for the comparison";
     }
+    EXPECT_EQ(json["warnings"].isArray(), test.command[0] == "write");
     EXPECT_FALSE(json["message"].toString().isEmpty());
     EXPECT_EQ(json["backup"].toString(), backups.join(""));
     EXPECT_EQ(json["backup"].isNull(), test.command[0] == "write" && backups.isEmpty());
