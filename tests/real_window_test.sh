@@ -47,14 +47,17 @@ keys Down Return
 await_window 'K470 编程软件*'
 shot chinese
 
-# Write it back and leave.
+# Write it back. The end of the session then asks nothing, over a question neither, and keeps the language.
 keys ctrl+w
 await_question
 keys Return
 await_window 'K470'
 keys Return
 await_window 'K470 编程软件*'
-leave_program
+keys ctrl+w
+await_question
+kill -TERM "$program"
+await "the program to end" bash -c "! kill -0 $program"
 
 "$programs/k470-cli" read --port COM1 "$work/after.bin"
 

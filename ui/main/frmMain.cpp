@@ -20,6 +20,7 @@
 #include "ui/shared/Wheel.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QFileDialog>
@@ -59,8 +60,9 @@ constexpr WindowWidths NarrowLayout{13100, 9275, 9250};
 constexpr WindowWidths WideLayout{13300, 9535, 9460};
 constexpr int NormalHeight = 10350; // twips: the menus, the bars and as many rows as fit without a scroll bar
 constexpr int LeastHeight = 6900;
-constexpr int FrameRoom = 48; // pixels of the screen's height for a title bar and borders
-constexpr int Margin = 8;     // pixels
+constexpr int FrameRoom = 48;   // pixels of the screen's height for a title bar and borders
+constexpr int EndInterval = 50; // ms between two looks whether a write is done
+constexpr int Margin = 8;       // pixels
 constexpr int ToolIconSize = 24;
 
 /// The normal height, or less where the screen has no room for it. The system's frame round the window is not
@@ -84,6 +86,8 @@ frmMain::frmMain(AppState &state, PreferenceStore &store)
     MakeToolbar();
     MakeCentre();
     MakeStatusBar();
+    // The session may end the program without another word.
+    connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &frmMain::Form_Unload, Qt::DirectConnection);
     Form_Load();
 }
 
@@ -531,6 +535,24 @@ std::optional<std::string> frmMain::ChooseSaveFile(const std::string &proposed) 
 
 void frmMain::Form_Unload() {
     SavePreferences(state_, store_);
+}
+
+void frmMain::EndProgram(int exitCode) {
+    if (isVisible())
+        Form_Unload(); // at once: whoever ends the program may not wait for long
+    EndAfterWrite(exitCode);
+}
+
+void frmMain::EndAfterWrite(int exitCode) {
+    // A radio that has got a part of its lines holds a mixture of old and new, which only the rest of them
+    // mends, and the rest takes seconds. Where the transfer window is not in front a message stands over it:
+    // the write is done, or needs the user. A read leaves no trace in the radio.
+    const bool writes = state_.cloneMode == CloneMode::Write &&
+                        qobject_cast<frmclone *>(QApplication::activeModalWidget()) != nullptr;
+    if (writes)
+        QTimer::singleShot(EndInterval, this, [this, exitCode] { EndAfterWrite(exitCode); });
+    else
+        QCoreApplication::exit(exitCode); // of every event loop, those of dialogs included
 }
 
 void frmMain::closeEvent(QCloseEvent *event) {

@@ -30,12 +30,16 @@ class frmMain : public QMainWindow, private FileCommandView, private CloneHost, 
 
 public:
     /// Loads the preferences into the state, makes a new codeplug and paints everything.
-    /// @param store read here and written when the window closes
+    /// @param store read here and written when the window closes or the session ends
     frmMain(AppState &state, PreferenceStore &store);
 
     /// Opens a codeplug file as the Open command does after its dialog; one that cannot be read gets a
     /// message too, as nobody has seen its name in a dialog.
     void OpenNamed(const std::string &path);
+
+    /// Writes the preferences and ends the program without a question, whatever dialog or message is open. A
+    /// write to the radio under way is carried on first, until it is done or would ask the user something.
+    void EndProgram(int exitCode);
 
     void TransferFocus() override;
     void RefreshAll();
@@ -57,6 +61,7 @@ private:
 
     void Form_Load();
     void Form_Unload();
+    void EndAfterWrite(int exitCode);
     void mnuFile_New_Click();
     void mnuFile_Open_Click();
     void mnuFile_Save_Click();

@@ -1,4 +1,5 @@
 #include "core/AppState.h"
+#include "ui/main/EndRequests.h"
 #include "ui/main/IniPreferences.h"
 #include "ui/main/frmMain.h"
 
@@ -25,6 +26,8 @@ int RunWindow(int argc, char **argv, const std::string &file) {
     k470::AppState state;
     k470::IniPreferences preferences;
     k470::frmMain window(state, preferences);
+    const k470::EndRequests requests;
+    QObject::connect(&requests, &k470::EndRequests::EndRequested, &window, &k470::frmMain::EndProgram);
     window.show();
     if (!file.empty())
         QTimer::singleShot(0, &window, [&window, &file] { window.OpenNamed(file); });
