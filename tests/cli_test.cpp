@@ -123,7 +123,7 @@ TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
         {{"read", "--port", "COM1", old}, 4, "", "COM1: no serial device has this name"},
         {{"write", "--json", "--port", missing, raw}, 4, "\"portFailed\"", "missing is not there"},
         {{"verify", "--port", raw, raw}, 4, "", "raw.bin is not a serial port"},
-        {{"read", "--port", "COM1", missing, "--retry", "10"}, 2, "", "0 to 9"},
+        {{"read", "--port", "COM1", missing, "--retry", "10"}, 2, "", "--retry: Value 10 not in"},
         {{"read", "--port", "COM1", missing, "--trace", "/dev/full"}, 3, "", "No space left"},
         {{"read", "--port", "COM1", missing, "--trace", missing}, 3, "", "would overwrite the image"},
         {{"write", "--port", "COM1", raw, "--trace", In("./raw.bin")}, 3, "", "overwrite the image"},
