@@ -225,15 +225,26 @@ void QtSerialPort::Output(std::span<const std::uint8_t> frame) {
     port_.flush();
 }
 
-bool QtSerialPort::CanHaveSentAll() const {
-    return !port_.isOpen() || EndOfSending(FewestBitsPerByte) <= Clock::now();
+bool QtSerialPort::CanBeAnswered() const {
+    return !port_.isOpen() || sendingBytes_ == 0 ||
+           EndOfSending(FewestBitsPerByte, replyLength_) <= Clock::now();
 }
 
-/// When the last stop bit of what was output leaves, if a byte takes that many bits.
-QtSerialPort::Clock::time_point QtSerialPort::EndOfSending(int bitsPerByte) const {
+std::size_t QtSerialPort::BytesWaiting() const {
+    if (!port_.isOpen())
+        return 0;
+    int inKernel = 0;
+    if (::ioctl(static_cast<int>(port_.handle()), FIONREAD, &inKernel) != 0)
+        inKernel = 0;
+    return static_cast<std::size_t>(port_.bytesAvailable() + inKernel);
+}
+
+/// When the last stop bit of what was output leaves, and of a reply right behind it, if a byte takes that
+/// many bits.
+QtSerialPort::Clock::time_point QtSerialPort::EndOfSending(int bitsPerByte, std::size_t replyLength) const {
     if (bitsPerSecond_ == 0)
         return sendingSince_;
-    const auto bits = static_cast<std::chrono::nanoseconds::rep>(sendingBytes_) * bitsPerByte;
+    const auto bits = static_cast<std::chrono::nanoseconds::rep>(sendingBytes_ + replyLength) * bitsPerByte;
     return sendingSince_ + std::chrono::nanoseconds(std::chrono::seconds(bits)) / bitsPerSecond_;
 }
 

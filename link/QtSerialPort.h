@@ -42,7 +42,9 @@ public:
     void SetReplyLength(std::size_t k) override;
     void Output(std::span<const std::uint8_t> frame) override;
     /// A pseudo-terminal has a speed only when the environment variable K470_PTY_BAUD names one, for tests.
-    bool CanHaveSentAll() const override;
+    bool CanBeAnswered() const override;
+    /// Those that the kernel holds are counted too.
+    std::size_t BytesWaiting() const override;
     std::vector<std::uint8_t> Input() override;
     /// The handler may close or delete the port. While it runs, even in an event loop of its own, it is not
     /// called again.
@@ -52,7 +54,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     bool OpenDevice(PortFailure &failure);
-    Clock::time_point EndOfSending(int bitsPerByte) const;
+    Clock::time_point EndOfSending(int bitsPerByte, std::size_t replyLength = 0) const;
     void ResumeReading();
     void CheckForHangUp();
     void CheckError(QSerialPort::SerialPortError error);

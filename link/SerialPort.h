@@ -59,10 +59,12 @@ public:
     virtual void SetReplyLength(std::size_t k) = 0;
     /// Sends a frame in one piece. On a closed port nothing happens.
     virtual void Output(std::span<const std::uint8_t> frame) = 0;
-    /// @return whether the last byte of everything output so far can have left by now, at the speed of the
-    /// line. A reply that was read while it cannot have left answers an earlier frame. Never false by
-    /// mistake: a line without a speed (a pseudo-terminal) and a closed port give true.
-    virtual bool CanHaveSentAll() const = 0;
+    /// @return whether everything output so far can have left by now, and the reply length of bytes have
+    /// come after it, at the speed of the line. A reply that was read sooner answers an earlier frame. Never
+    /// false by mistake: a line without a speed (a pseudo-terminal) and a closed port give true.
+    virtual bool CanBeAnswered() const = 0;
+    /// @return how many bytes have arrived and were not read, whatever the read length is
+    virtual std::size_t BytesWaiting() const = 0;
     /// @return the bytes that wait, at most the read length, removed from the port
     virtual std::vector<std::uint8_t> Input() = 0;
 

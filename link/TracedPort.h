@@ -27,7 +27,8 @@ public:
     void EmptyBuffers() override;
     void SetReplyLength(std::size_t k) override;
     void Output(std::span<const std::uint8_t> frame) override;
-    bool CanHaveSentAll() const override { return port_.CanHaveSentAll(); }
+    bool CanBeAnswered() const override { return port_.CanBeAnswered(); }
+    std::size_t BytesWaiting() const override { return port_.BytesWaiting(); }
     std::vector<std::uint8_t> Input() override;
     void OnReceived(std::function<void()> handler) override { port_.OnReceived(std::move(handler)); }
 

@@ -31,6 +31,11 @@ Moment FakeLine::NextDue(std::size_t wanted) const {
     return wanted > 0 && wanted <= bytes_.size() ? std::min(bytes_[wanted - 1].first, hangUp_) : hangUp_;
 }
 
+std::size_t FakeLine::Arrived(Moment now) const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(bytes_, [now](const auto &byte) { return byte.first <= now; }));
+}
+
 bool FakeLine::Take(Moment now, std::deque<std::uint8_t> &received) {
     for (; !bytes_.empty() && bytes_.front().first <= now; bytes_.pop_front())
         received.push_back(bytes_.front().second);

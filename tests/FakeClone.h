@@ -37,7 +37,11 @@ public:
     FakeLine(SerialDevice *device, Delivery delivery);
 
     void Send(std::span<const std::uint8_t> frame, Moment now);
-    bool CanHaveSentAll(Moment now) const { return heard_ <= now; }
+    /// Whether a reply of so many bytes to what was sent last can have arrived.
+    bool CanBeAnswered(std::size_t length, Moment now) const {
+        return heard_ + byteTime_ * static_cast<Moment::rep>(length) <= now;
+    }
+    std::size_t Arrived(Moment now) const;
     /// When the device hangs up or, unless that is 0, `wanted` more bytes have reached the program.
     Moment NextDue(std::size_t wanted) const;
     /// Appends the bytes that have reached the program. @return whether the device has left the line since
@@ -68,7 +72,10 @@ public:
     void EmptyBuffers() override;
     void SetReplyLength(std::size_t k) override;
     void Output(std::span<const std::uint8_t> frame) override;
-    bool CanHaveSentAll() const override { return open_ == nullptr || open_->CanHaveSentAll(now_); }
+    bool CanBeAnswered() const override { return !IsOpen() || open_->CanBeAnswered(replyLength_, now_); }
+    std::size_t BytesWaiting() const override {
+        return IsOpen() ? received_.size() + open_->Arrived(now_) : 0;
+    }
     Bytes Input() override;
     void OnReceived(std::function<void()> handler) override { handler_ = std::move(handler); }
 
@@ -141,6 +148,7 @@ public:
     void ShowCompleted() override { Ask("ShowCompleted"); }
     void RefreshAfterRead() override { Tell("RefreshAfterRead"); }
     void WarnMissingLines(const std::vector<int> &lines) override;
+    void WarnDisturbedWrite() override { Ask("WarnDisturbedWrite"); }
     ComPortTable ComPorts() override;
     void CloseWindow() override;
 

@@ -277,18 +277,18 @@ TEST_F(SerialPortTest, TheLastFrameBeforeClosingReachesTheRadio) {
     EXPECT_EQ(peer->Receive(21), Count(0, 21));
 }
 
-TEST_F(SerialPortTest, TellsWhetherAFrameCanHaveLeftOnALineWithASpeed) {
+TEST_F(SerialPortTest, TellsWhetherAFrameCanBeAnsweredOnALineWithASpeed) {
     for (const std::string baud : {"", "1", "9600"}) {
         qputenv("K470_PTY_BAUD", baud.c_str());
         ASSERT_FALSE(port->Open());
-        EXPECT_TRUE(port->CanHaveSentAll()) << "nothing was sent";
+        EXPECT_TRUE(port->CanBeAnswered()) << "nothing was sent";
         port->Output(Count(0, 20));
         if (baud == "9600")
-            EXPECT_TRUE(WaitFor([this] { return port->CanHaveSentAll(); }));
+            EXPECT_TRUE(WaitFor([this] { return port->CanBeAnswered(); }));
         else
-            EXPECT_EQ(port->CanHaveSentAll(), baud.empty());
+            EXPECT_EQ(port->CanBeAnswered(), baud.empty());
         port->Close();
-        EXPECT_TRUE(port->CanHaveSentAll()) << "a closed port sends nothing";
+        EXPECT_TRUE(port->CanBeAnswered()) << "a closed port sends nothing";
     }
     qunsetenv("K470_PTY_BAUD");
 }

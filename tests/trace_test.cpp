@@ -78,7 +78,8 @@ public:
     void EmptyBuffers() override { waiting.clear(); }
     void SetReplyLength(std::size_t k) override { replyLength = k; }
     void Output(std::span<const std::uint8_t>) override {}
-    bool CanHaveSentAll() const override { return true; }
+    bool CanBeAnswered() const override { return true; }
+    std::size_t BytesWaiting() const override { return waiting.size(); }
     Bytes Input() override {
         const std::size_t count = replyLength == 0 ? waiting.size() : std::min(waiting.size(), replyLength);
         Bytes rest(waiting.begin() + static_cast<std::ptrdiff_t>(count), waiting.end());
