@@ -33,6 +33,7 @@ public:
     void ShowCompleted() override { completed = true; }
     void RefreshAfterRead() override {}
     void WarnMissingLines(const std::vector<int> &) override { completed = false; }
+    void WarnDisturbedWrite() override { completed = false; }
     ComPortTable ComPorts() override { return {}; }
     void CloseWindow() override { QCoreApplication::exit(0); }
 };

@@ -31,6 +31,7 @@ public:
     void ShowCompleted() override;
     void RefreshAfterRead() override {}
     void WarnMissingLines(const std::vector<int> &lines) override { report_.missingLines = lines; }
+    void WarnDisturbedWrite() override { report_.disturbed = true; }
     ComPortTable ComPorts() override { return line_.port.table(); }
     void CloseWindow() override;
 

@@ -24,8 +24,9 @@ struct CloneReport {
     End end = End::Interrupted;
     PortFailure failure{}; ///< why, when OpenFailed
     std::optional<std::vector<int>>
-        missingLines{};    ///< what a completed read lacks; nothing when there was none
-    bool lineSent = false; ///< a write has begun to change the radio
+        missingLines{};     ///< what a completed read lacks; nothing when there was none
+    bool lineSent = false;  ///< a write has begun to change the radio
+    bool disturbed = false; ///< a completed write may have left lines out
 };
 
 /// What the sessions of a command share.

@@ -3,6 +3,7 @@
 #include "cli/Backup.h"
 #include "cli/ImageWarnings.h"
 #include "cli/ShellText.h"
+#include "link/CloneWarnings.h"
 
 #include <algorithm>
 #include <string>
@@ -22,9 +23,6 @@ constexpr TextPair RadioLeft{"Nothing was written to the radio.", "没有向对�
 constexpr TextPair BackupIsOptional{"To write without keeping the radio's old image: --no-backup",
                                     "若不保留对讲机中的旧映像而直接写入，请使用 --no-backup"};
 constexpr TextPair BackupKept{"The radio's old image is kept in {}", "对讲机中的旧映像保存在 {}"};
-constexpr TextPair Mixture{"The radio may now hold a mixture of old and new data.",
-                           "对讲机中可能混有新旧数据。"};
-constexpr TextPair WriteAgain{"Write it again before you use it.", "使用前请重新写入。"};
 constexpr TextPair Restore{"Its old image is kept in {}. To restore it: k470-cli write --port {} {}",
                            "旧映像保存在 {}。恢复方法：k470-cli write --port {} {}"};
 
@@ -56,9 +54,9 @@ void SayRestore(RadioRun &run) {
 /// Says what to do with a radio that holds neither image.
 void SayWayOut(RadioRun &run) {
     run.Report().mayHoldMixture = true;
-    run.Say(Mixture);
+    run.Say(MixtureText);
     if (run.Report().backup->empty())
-        run.Say(WriteAgain);
+        run.Say(WriteAgainText);
     else
         SayRestore(run);
 }

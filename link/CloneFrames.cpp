@@ -82,6 +82,14 @@ std::vector<std::uint8_t> LineHeader(int line) {
     return LineCommand(WriteLine, line, WholeLine);
 }
 
+std::optional<int> LineOfHeader(std::span<const std::uint8_t> reply) {
+    const int line = (reply[1] << 8 | reply[2]) / static_cast<int>(LineSize);
+    const std::vector<std::uint8_t> header = LineHeader(line);
+    if (line > LastSettingsLine || !std::equal(header.begin(), header.end(), reply.begin()))
+        return std::nullopt;
+    return line;
+}
+
 CloneFrame BuildFrame(int step, bool waitAck, CloneMode mode, const MemoryImage &image) {
     const auto row = std::find_if(FrameTable.begin(), FrameTable.end() - 1,
                                   [step](const StepFrames &frames) { return step <= frames.lastStep; });

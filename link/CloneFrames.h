@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -53,6 +55,10 @@ constexpr int LineOfStep(int step) {
 
 /// The header of a line on the wire: "W", its address with the high byte first, its length.
 std::vector<std::uint8_t> LineHeader(int line);
+
+/// @param reply at least a header long
+/// @return the line whose header the reply bears, 0 to 107; nothing for any other bytes
+std::optional<int> LineOfHeader(std::span<const std::uint8_t> reply);
 
 /// The frame of a step.
 /// @param step 0 to 110

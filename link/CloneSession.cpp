@@ -58,24 +58,52 @@ void CloneSession::StartFromHandshake() {
     curStep_ = Clone::StepHandshake;
     sentStep_ = Clone::NothingSent;
     waitAck_ = true;
-    due_.reset();
-    stored_.reset();
-    echoed_.reset();
+    account_.Clear();
+    disturbed_ = false; // what is left of an earlier attempt shows again, as a surplus byte
 }
 
 void CloneSession::SendTick() {
     if (busy_ || sentStep_ == curStep_)
         return;
     timers_.EnableSend(false);
+    LookForSurplus();
     const CloneFrame frame = BuildFrame(curStep_, waitAck_, state_.cloneMode, state_.image);
     port_.Output(frame.bytes);
     port_.SetReplyLength(frame.replyLength);
     timers_.EnableSend(true);
     sentStep_ = curStep_;
+    lineSent_ = lineSent_ || (!Reading() && curStep_ >= Clone::FirstLineStep);
     timers_.SetOvertimeInterval(Clone::ReplyTimeout);
     timers_.EnableOvertime(true);
     if (curStep_ == Clone::EndStep)
         Complete();
+}
+
+/// Before a frame leaves, its reply is not due: whatever waits belongs to an earlier one, or to none.
+void CloneSession::LookForSurplus() {
+    if (curStep_ == Clone::StepHandshake || port_.BytesWaiting() == 0)
+        return;
+    NoteSurplus();
+    if (Reading() && !waitAck_ && curStep_ >= Clone::FirstLineStep)
+        account_.DoubtRequested(LineOfStep(curStep_));
+}
+
+/// Whether what has come instead of a whole reply is the start of the one that is due. Takes it off the port.
+bool CloneSession::BeganInStep() {
+    port_.SetReplyLength(0);
+    const std::vector<std::uint8_t> bytes = port_.Input();
+    if (waitAck_ || curStep_ < Clone::FirstLineStep)
+        return bytes.empty();
+    const std::vector<std::uint8_t> header = LineHeader(LineOfStep(curStep_));
+    const std::size_t compared = std::min(bytes.size(), header.size());
+    return std::equal(header.begin(), header.begin() + static_cast<std::ptrdiff_t>(compared), bytes.begin());
+}
+
+void CloneSession::NoteSurplus() {
+    disturbed_ = true;
+    account_.DoubtLast();
+    if (curStep_ == Clone::StepIdentify)
+        countKnown_ = false;
 }
 
 void CloneSession::Received() {
@@ -83,6 +111,8 @@ void CloneSession::Received() {
     if (ignore_ || busy_ || sentStep_ != curStep_)
         return;
     timers_.EnableOvertime(false);
+    if (!port_.CanBeAnswered())
+        NoteSurplus();
     const std::vector<std::uint8_t> reply = port_.Input();
     if (waitAck_)
         TakeAcknowledge(reply);
@@ -101,6 +131,7 @@ void CloneSession::TakeAcknowledge(const std::vector<std::uint8_t> &reply) {
         BadReply();
         return;
     }
+    account_.Acknowledge();
     waitAck_ = false;
     if (Reading())
         AdvanceAfterReadAck();
@@ -114,7 +145,7 @@ void CloneSession::AdvanceAfterReadAck() {
         waitAck_ = true;
     ++curStep_;
     if (curStep_ >= Clone::FirstLineStep && curStep_ <= Clone::LastLineStep)
-        due_.set(static_cast<std::size_t>(LineOfStep(curStep_)));
+        account_.Expect(LineOfStep(curStep_));
 }
 
 void CloneSession::AdvanceAfterWriteAck() {
@@ -140,7 +171,7 @@ void CloneSession::TakeData(const std::vector<std::uint8_t> &reply) {
         }
         if (Reading())
             chCount_ = reply.back() > MaxChannels ? std::uint8_t{DefaultGridRows - 1} : reply.back();
-        countKnown_ = !disturbed_;
+        countKnown_ = !repeated_ && !disturbed_;
     } else if (Reading()) {
         if (reply.size() != Clone::LineReplyLength) {
             BadReply();
@@ -155,11 +186,7 @@ void CloneSession::TakeData(const std::vector<std::uint8_t> &reply) {
 void CloneSession::StoreLine(const std::vector<std::uint8_t> &reply) {
     const int line = LineOfStep(curStep_);
     std::copy(reply.begin() + Clone::HeaderLength, reply.end(), Line(state_.image, line).begin());
-
-    const auto at = static_cast<std::size_t>(line);
-    stored_.set(at);
-    const std::vector<std::uint8_t> header = LineHeader(line);
-    echoed_.set(at, std::equal(header.begin(), header.end(), reply.begin()));
+    account_.Store(line, LineOfHeader(reply));
 
     if (curStep_ == chCount_ + 1) {
         const int skipped = MaxChannels - chCount_;
@@ -196,7 +223,10 @@ void CloneSession::OvertimeTick() {
 
 void CloneSession::RepeatStep() {
     ++retries_;
-    disturbed_ = true;
+    repeated_ = true;
+    disturbed_ = disturbed_ || curStep_ > Clone::StepHandshake;
+    countKnown_ = countKnown_ && curStep_ != Clone::StepIdentify;
+    account_.Repeat(BeganInStep());
     ignore_ = false;
     ResetProgress();
     port_.EmptyBuffers();
@@ -262,6 +292,8 @@ void CloneSession::Complete() {
         view_.ShowCompleted();
         if (Reading())
             FinishRead();
+        else if (disturbed_)
+            view_.WarnDisturbedWrite();
     }
     finished_ = true;
     timers_.SetOvertimeInterval(Clone::AtOnce);
@@ -278,21 +310,17 @@ void CloneSession::FinishRead() {
 }
 
 std::vector<int> CloneSession::MissingLines() const {
-    // Headers that never change may look like that of one line by chance, not like those of two.
-    const bool headersTell = disturbed_ || echoed_.count() > 1;
-    const auto &received = headersTell ? echoed_ : stored_;
     int channels = state_.image[Address::ChannelCount];
     if (channels > MaxChannels)
         channels = 0;
     // Nobody knows how many channels the radio has: neither told number is certainly its own.
-    if (!countKnown_ && !received[FirstSettingsLine])
+    if (!countKnown_ && !account_.IsReceived(FirstSettingsLine))
         channels = MaxChannels;
 
     std::vector<int> lines;
     for (int line = 0; line <= LastSettingsLine; ++line) {
-        const auto at = static_cast<std::size_t>(line);
-        const bool expected = due_[at] || line < channels || line >= FirstSettingsLine;
-        if (expected && !received[at])
+        const bool expected = account_.IsExpected(line) || line < channels || line >= FirstSettingsLine;
+        if (expected && !account_.IsReceived(line))
             lines.push_back(line);
     }
     return lines;

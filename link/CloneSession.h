@@ -3,9 +3,9 @@
 #include "core/AppState.h"
 #include "link/CloneFrames.h"
 #include "link/ComPorts.h"
+#include "link/ReadAccount.h"
 #include "link/SerialPort.h"
 
-#include <bitset>
 #include <string>
 #include <vector>
 
@@ -45,6 +45,8 @@ public:
     virtual void RefreshAfterRead() = 0;
     /// A completed read lacks these lines.
     virtual void WarnMissingLines(const std::vector<int> &lines) = 0;
+    /// A completed write was out of step: the radio may lack lines.
+    virtual void WarnDisturbedWrite() = 0;
     /// The system's serial devices now.
     virtual ComPortTable ComPorts() = 0;
     virtual void CloseWindow() = 0;
@@ -72,6 +74,12 @@ public:
     int Step() const { return curStep_; }
     /// Lines that a completed read should have brought and did not, in ascending order.
     std::vector<int> MissingLines() const;
+    /// Whether acknowledges may stand for other frames than those that they were taken for: since the last
+    /// handshake a frame behind it was repeated, a byte waited when no reply was due, or a reply came sooner
+    /// than the line carries frame and reply. Of a write nobody knows then what the radio has stored.
+    bool Disturbed() const { return disturbed_; }
+    /// Whether a write has sent a line, to whom ever: what the radio holds is a mixture until one completes.
+    bool LineSent() const { return lineSent_; }
 
 private:
     bool Reading() const { return state_.cloneMode == CloneMode::Read; }
@@ -86,6 +94,9 @@ private:
     void TakeData(const std::vector<std::uint8_t> &reply);
     void StoreLine(const std::vector<std::uint8_t> &reply);
     void RaiseSentStep();
+    void LookForSurplus();
+    bool BeganInStep();
+    void NoteSurplus();
     void BadReply();
 
     void RepeatStep();
@@ -118,15 +129,12 @@ private:
     Outcome outcome_ = Outcome::Running;
     bool busy_ = false; ///< a question or message is open inside a handler
 
-    // What became of each line of a read. A reply's header does not decide whether its line is stored in the
-    // image. But a radio that repeats the line's address there has not sent a line whose reply bears another
-    // header; and once a frame was repeated, any later reply may be that to another frame, for the rest of
-    // the session: then only the header shows that it is the right one.
-    std::bitset<LineCount> due_;    ///< lines whose step was reached
-    std::bitset<LineCount> stored_; ///< lines for which something was stored
-    std::bitset<LineCount> echoed_; ///< among them those under their own header
-    bool disturbed_ = false;        ///< a frame was repeated
-    bool countKnown_ = false;       ///< the identification came before that
+    // What tells in the end whether every reply was the one to its frame.
+    ReadAccount account_;
+    bool disturbed_ = false;
+    bool lineSent_ = false;
+    bool repeated_ = false;   ///< any frame, since the session began
+    bool countKnown_ = false; ///< the identification came in step and before that
 };
 
 /// "Completion percentage: 45%"; at the start of a session "Completion percentage:  0%".

@@ -76,12 +76,20 @@ MemoryImage RadioMemoryFor(const FaultCase &fault) {
     return other;
 }
 
+/// A doubled acknowledge does harm only where a later line goes unanswered.
+std::vector<Fault> FaultsOf(const FaultCase &fault) {
+    std::vector<Fault> faults{{.kind = fault.kind, .step = fault.step, .count = fault.count}};
+    const bool doubled = fault.kind == FaultKind::DoubleAck || fault.kind == FaultKind::LateDoubleAck;
+    if (doubled && fault.step + 4 <= Clone::LastLineStep)
+        faults.push_back({.kind = FaultKind::NoReply, .step = fault.step + 4});
+    return faults;
+}
+
 class FaultySession {
 public:
     explicit FaultySession(const FaultCase &fault)
         : fault_(fault), state_(StateFor(fault)), before_(state_.image),
-          radio_(RadioMemoryFor(fault),
-                 FaultInjector({{.kind = fault.kind, .step = fault.step, .count = fault.count}}, fault.seed)),
+          radio_(RadioMemoryFor(fault), FaultInjector(FaultsOf(fault), fault.seed)),
           clone_(state_, fault.delivery) {
         clone_.timers.hurries = fault.seed % 4 < 2;
         clone_.view.ports = {1, 2};
@@ -132,12 +140,13 @@ private:
         if (!Completed())
             return;
         EXPECT_TRUE(radio_.EndedByE());
+        const bool warned = std::ranges::count(clone_.view.calls, "WarnDisturbedWrite") > 0;
         for (const int line : TransferredLines(ChannelsFor(fault_))) {
             const auto wanted = Line(before_, line);
             const auto there = Line(radio_.Memory(), line);
             const bool empty = line < 99 && wanted[0] == 0xFF; // only that byte is sent
             const bool lied = fault_.kind == FaultKind::NoStore && line == LineOfStep(fault_.step);
-            EXPECT_TRUE((empty ? there[0] == 0xFF : std::ranges::equal(there, wanted)) || lied)
+            EXPECT_TRUE((empty ? there[0] == 0xFF : std::ranges::equal(there, wanted)) || lied || warned)
                 << "line " << line << " is not in the radio";
         }
     }
@@ -153,8 +162,19 @@ private:
 struct Strikes {
     int read, write;
 };
-constexpr std::array<Strikes, 9> StrikesByKind{
-    {{110, 110}, {109, 1}, {111, 111}, {110, 110}, {110, 110}, {110, 110}, {111, 111}, {111, 111}, {0, 108}}};
+constexpr std::array<Strikes, 13> StrikesByKind{{{110, 110},
+                                                 {109, 1},
+                                                 {111, 111},
+                                                 {110, 110},
+                                                 {110, 110},
+                                                 {110, 110},
+                                                 {111, 111},
+                                                 {111, 111},
+                                                 {0, 108},
+                                                 {110, 110},
+                                                 {110, 110},
+                                                 {108, 0},
+                                                 {110, 0}}};
 
 /// Every kind of fault at every step, once, a few times and often, by turns under either delivery, with seeds
 /// that make no two sessions alike.
@@ -168,7 +188,9 @@ void RunFaultMatrix(CloneMode mode) {
             for (std::size_t turn = 0; turn < Counts.size(); ++turn) {
                 const int count = Counts[turn];
                 const auto seed = static_cast<std::uint32_t>(step + 7 * count);
-                const bool atOnce = (static_cast<std::size_t>(step) / 4 + turn) % 2 == 0;
+                // Only a line with a speed shows that an acknowledge came before its frame had left.
+                const bool timed = static_cast<FaultKind>(kind) == FaultKind::LateDoubleAck;
+                const bool atOnce = !timed && (static_cast<std::size_t>(step) / 4 + turn) % 2 == 0;
                 const Delivery delivery = atOnce ? Delivery::AtOnce : Delivery::ByteByByte;
                 FaultySession session({static_cast<FaultKind>(kind), step, count, seed, mode, delivery});
                 session.Check();

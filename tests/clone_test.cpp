@@ -99,6 +99,7 @@ void ExpectHealthy(const Session &session) {
     EXPECT_EQ(session.session.Result(), Outcome::Completed);
     EXPECT_EQ(session.view.label, "Completion percentage: 100%");
     EXPECT_EQ(session.Repetitions(), 0);
+    EXPECT_FALSE(session.session.Disturbed());
     EXPECT_EQ(session.radio.Complaints(), Calls{});
     EXPECT_TRUE(session.radio.EndedByE());
 }
@@ -459,18 +460,6 @@ TEST(BadReply, IsANotificationWithoutTheBytes) {
     }
 }
 
-TEST(ExtraBytes, AreABadReplyAndLoseNothing) {
-    Session session(4, [](const Bytes &frame, Replies &replies) {
-        if (frame == RequestOfLine1)
-            replies.front().bytes.push_back(0x99);
-    });
-    ASSERT_TRUE(session.Run());
-    EXPECT_EQ(session.Repetitions(), 1);
-    EXPECT_EQ(session.session.Result(), Outcome::Completed);
-    EXPECT_EQ(session.view.missing, Lines{});
-    EXPECT_EQ(LineBytes(session.state.image, 1), LineBytes(session.radio.Memory(), 1));
-}
-
 TEST(UserCloses, EndsTheSessionAtAnyMoment) {
     for (std::size_t frames = 1; frames < 20; ++frames) {
         Session session(4);
@@ -527,6 +516,25 @@ Hand Change(const Bytes &changed, const std::function<void(Bytes &reply)> &chang
     };
 }
 
+void InsertByte(Bytes &reply) {
+    reply.insert(reply.begin() + 7, 0x06);
+}
+
+/// What is pushed out of the line passes for its acknowledge.
+void InsertByteBefore06(Bytes &reply) {
+    reply.back() = 0x06;
+    InsertByte(reply);
+}
+
+Hand OwnHeaders() {
+    return [greeted = false](const Bytes &frame, Replies &replies) mutable {
+        if (frame == Handshake && !std::exchange(greeted, true))
+            replies.clear();
+        if (frame.size() == 4)
+            std::ranges::copy(Hex("4B 34 37 30"), replies.front().bytes.begin());
+    };
+}
+
 TEST(LostLines, AreNamedAfterTheCompletion) {
     struct Case {
         const char *what;
@@ -534,22 +542,37 @@ TEST(LostLines, AreNamedAfterTheCompletion) {
         Hand hand;
         Lines missing;
         bool stored = false; ///< what is named has been stored all the same
+        Delivery delivery = Delivery::AtOnce;
     };
     const Bytes line = Hex("52"), noHeader = Hex("00 00 00 00");
     const Case cases[] = {
         {"two requests unanswered", 5, SilentAt({0, 3}), {0, 3}},
         {"the last channel's, so that nothing is skipped", 2, SilentAt({1}), {1}},
         {"a smaller count told", 6, Change(Identify, [](Bytes &reply) { reply.back() = 3; }), {3, 4, 5}},
-        {"another line's header", 5, HeaderOf(RequestOfLine2, Hex("57 00 30 10")), {2}, true},
-        {"no header", 5, HeaderOf(RequestOfLine2, Hex("57 00 20 00")), {2}, true},
+        {"another line's header", 5, HeaderOf(RequestOfLine2, Hex("57 00 30 10")), {1, 2}, true},
+        {"no header", 5, HeaderOf(RequestOfLine2, Hex("57 00 20 00")), {1, 2}, true},
+        {"a byte behind a line", 4, Change(RequestOfLine1, [](Bytes &reply) { reply.push_back(9); }), {1}},
+        {"a byte inside a line", 4, Change(RequestOfLine1, InsertByte), {1}},
+        {"a last byte that looks like an acknowledge", 4, Change(RequestOfLine1, InsertByteBefore06), {1, 2}},
         {"the line before", 5, OneBehind(), TransferredLines(99)},
-        {"an acknowledge too many", 4, Change(RequestOfLine1, [](Bytes &reply) { reply.push_back(6); }), {2}},
+        {"an acknowledge too many",
+         4,
+         Change(RequestOfLine1, [](Bytes &reply) { reply.push_back(6); }),
+         {1, 2}},
+        {"the same in the last line", 4, Change(Hex("52 06 B0 10"), InsertByteBefore06), {107}},
+        {"and at wire speed",
+         4,
+         Change(Hex("52 06 B0 10"), InsertByteBefore06),
+         {107},
+         false,
+         Delivery::ByteByByte},
+        {"headers of its own, behind a lost handshake", 5, OwnHeaders(), {}},
         {"a radio that repeats no addresses", 5, HeaderOf(line, noHeader), {}},
         {"what happens to look like one of them", 5, HeaderOf(line, Hex("57 00 20 10")), {}},
         {"or like a request", 5, HeaderOf(line, Hex("52 06 30 10")), {}},
     };
     for (const Case &c : cases) {
-        Session session(c.channels, c.hand);
+        Session session(StateFor(CloneMode::Read), MakeSampleMemory(c.channels), c.hand, c.delivery);
         ASSERT_TRUE(session.Run());
         EXPECT_EQ(session.session.Result(), Outcome::Completed) << c.what;
         EXPECT_EQ(session.view.missing, c.missing) << c.what;
@@ -562,6 +585,38 @@ TEST(LostLines, AreNamedAfterTheCompletion) {
             EXPECT_TRUE((!c.stored && std::ranges::count(c.missing, changed) > 0) ||
                         (changed >= c.channels && changed < 99) || changed > 107)
                 << c.what << ", line " << changed;
+    }
+}
+
+TEST(DisturbedWrite, IsToldWhereALineMayBeLostBehindAnAcknowledge) {
+    struct Case {
+        std::vector<Fault> faults;
+        bool warned;
+        bool lost; ///< line 9
+    };
+    constexpr FaultKind Refused = FaultKind::WrongAck, Ignored = FaultKind::NoReply;
+    const Case cases[] = {
+        {{}, false, false},
+        {{{FaultKind::NoReply, 0}}, false, false}, // switched on a moment late
+        {{{FaultKind::LateReply, 5}, {Ignored, 11}}, true, true},
+        {{{FaultKind::DoubleAck, 5}, {Ignored, 11}}, true, true},
+        {{{FaultKind::DoubleAck, 5}}, true, false},
+        {{{FaultKind::LateDoubleAck, 5}, {Ignored, 11}}, true, true},
+        {{{FaultKind::LateDoubleAck, 5}, {Refused, 11}}, true, true},
+        {{{FaultKind::NoReply, 1}, {Ignored, 11}}, true, false},
+    };
+    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
+        const Case &c = cases[i / 2];
+        Session session(StateFor(CloneMode::Write), MakeSampleMemory(1), {}, Deliveries[i % 2]);
+        session.radio = SimulatedRadio(MakeSampleMemory(1), FaultInjector(c.faults));
+        ASSERT_TRUE(session.Run());
+        Calls calls{"ShowPercentLabel", "ShowCompleted", "CloseWindow"};
+        if (c.warned)
+            calls.insert(calls.end() - 1, "WarnDisturbedWrite");
+        EXPECT_EQ(session.view.calls, calls) << "case " << i;
+        EXPECT_EQ(session.session.Disturbed(), c.warned) << "case " << i;
+        EXPECT_EQ(LineBytes(session.radio.Memory(), 9) != LineBytes(session.state.image, 9), c.lost)
+            << "case " << i;
     }
 }
 

@@ -1,4 +1,5 @@
 #include "core/AppState.h"
+#include "link/CloneWarnings.h"
 #include "link/ComPorts.h"
 #include "sim/PtyServer.h"
 #include "sim/SampleMemory.h"
@@ -170,8 +171,8 @@ protected:
     }
 
     void Answer(QMessageBox &box, frmclone &window, std::vector<Qt::Key> &keys) {
-        if (box.text().contains("not received"))
-            missing = FromQt(box.text());
+        if (box.text().contains("not received") || box.text() == PickText(state.language, DisturbedWriteText))
+            warning = FromQt(box.text());
         else
             messages.emplace_back(FromQt(box.windowTitle()), FromQt(box.text()),
                                   box.standardButtons() == (QMessageBox::Retry | QMessageBox::Cancel));
@@ -210,7 +211,7 @@ protected:
     std::unique_ptr<SimulatedRadio> radio;
     std::unique_ptr<PtyServer> server;
     std::vector<Message> messages;
-    std::string missing; ///< the message about lines; a busy machine makes replies late, which loses some too
+    std::string warning; ///< of lost lines or a disturbed write; a busy machine's late replies bring it too
     std::vector<QSize> sizes;
     std::vector<int> shownPorts;
     int refreshes = 0;
@@ -243,7 +244,14 @@ TEST_F(TransferWindow, NamesTheLinesThatACompletedReadLacks) {
     Serve(MakeSampleMemory(16), {{FaultKind::NoReply, 5}});
     Run(CloneMode::Read, {Qt::Key_Return, Qt::Key_Return});
     EXPECT_EQ(messages, std::vector{ReadDone});
-    EXPECT_NE(missing.find(" 4"), std::string::npos) << missing;
+    EXPECT_NE(warning.find(" 4"), std::string::npos) << warning;
+}
+
+TEST_F(TransferWindow, WarnsOfAWriteOutOfStep) {
+    Serve(MakeSampleMemory(16), {{FaultKind::DoubleAck, 5}, {FaultKind::NoReply, 11}});
+    Run(CloneMode::Write, {Qt::Key_Return, Qt::Key_Return});
+    EXPECT_EQ(messages, (std::vector{Message{"K470", "Writing completed!", false}}));
+    EXPECT_EQ(warning, Pick(Language::English, DisturbedWriteText));
 }
 
 TEST_F(TransferWindow, StaysOpenAndIdleAfterAPortThatCannotBeOpened) {
@@ -265,12 +273,21 @@ TEST_F(TransferWindow, ClosedInTheMiddleKeepsWhatCameAndFreesThePort) {
     Serve(MakeSampleMemory(99));
     state.gridRows = 100;
     const MemoryImage before = state.image;
+    const std::string mixture =
+        "The radio may now hold a mixture of old and new data. Write it again before you use it.";
     for (const CloneMode mode : {CloneMode::Read, CloneMode::Write}) {
-        Run(mode, {}, [&](frmclone &window) {
-            if (Bar(window).value() >= 3)
-                mode == CloneMode::Read ? QTest::keyClick(&window, Qt::Key_Escape) : (void)window.close();
+        Run(mode, {Qt::Key_Return}, [&](frmclone &window) {
+            if (Bar(window).value() < 3)
+                return;
+            if (mode == CloneMode::Read)
+                QTest::keyClick(&window, Qt::Key_Escape);
+            else // queued: the message that it brings would hold this look up
+                QMetaObject::invokeMethod(&window, &QWidget::close, Qt::QueuedConnection);
         });
-        EXPECT_EQ(messages, std::vector<Message>{});
+        std::vector<Message> expected;
+        if (mode == CloneMode::Write)
+            expected = {{"K470", mixture, false}};
+        EXPECT_EQ(messages, expected);
         EXPECT_LT(progress.first, 90) << "the session ran on";
     }
     EXPECT_EQ(refreshes, 0);

@@ -1,5 +1,6 @@
 #include "core/AppState.h"
 #include "link/CloneFrames.h"
+#include "link/CloneWarnings.h"
 #include "link/ComPorts.h"
 #include "sim/PtyServer.h"
 #include "sim/SampleMemory.h"
@@ -124,6 +125,11 @@ std::string Done(CloneMode mode) {
                  QMessageBox::Information, QMessageBox::Ok);
 }
 
+std::string Disturbed() {
+    return Shown("K470", std::string(Pick(Language::English, DisturbedWriteText)), QMessageBox::Warning,
+                 QMessageBox::Ok);
+}
+
 std::string Missing(int line) {
     const std::string text = (line < MaxChannels ? "Channel " + std::to_string(line + 1)
                                                  : "Line " + std::to_string(line) + " (noise tuning)") +
@@ -169,7 +175,7 @@ public:
     /// What the user does without being asked.
     void Look() {
         if (cell.user == User::ClosesTheWindow && Box() == nullptr && Strikes() > 0)
-            window->close();
+            QMetaObject::invokeMethod(window.get(), &QWidget::close, Qt::QueuedConnection); // it may ask
     }
     void ExpectNothingLeft() const;
 
@@ -486,6 +492,8 @@ void ExpectRepeatedAndCompleted(const Transfer &transfer) {
         const auto line = Line(transfer.state.image, lostLines.front());
         EXPECT_EQ(std::ranges::count(line, Untouched), LineSize) << cell;
     }
+    if (!cell.Reading() && cell.step > Clone::StepHandshake && cell.step < Clone::EndStep)
+        messages.push_back(Disturbed());
     EXPECT_EQ(transfer.messages, messages) << cell;
     EXPECT_EQ(transfer.LostLines(), lostLines) << cell;
     std::pair<int, int> bar = cell.step == Clone::EndStep ? FullBar(cell.mode) : BarAfterRepetition(cell);

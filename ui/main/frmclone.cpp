@@ -1,5 +1,6 @@
 #include "ui/main/frmclone.h"
 
+#include "link/CloneWarnings.h"
 #include "link/MissingLines.h"
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
@@ -23,6 +24,7 @@ constexpr DirectionTexts WriteTexts{{"Write data to radio", "向对讲机写入�
                                     {"Writing completed!", "成功写完！"}};
 constexpr TextPair RetryQuestion{"Check Connection. Retry or Cancel?", "检测连接。重试或取消？"};
 constexpr TextPair ErrorTitle{"Error", "错误"};
+constexpr TextPair SentenceGap{" ", ""};
 constexpr auto OpenFailureTitle = "Error"; // in both languages
 
 constexpr int BarWidth = 5100; // twips
@@ -117,8 +119,21 @@ void frmclone::MSComm1_OnComm() {
 void frmclone::done(int result) {
     if (messageOpen_)
         return; // the session waits for the answer, inside one of its handlers
+    const bool brokenOff = IsBrokenOff();
     Form_Unload();
+    if (brokenOff)
+        Ask(QMessageBox::Warning, ToQt(ModelWord),
+            PickText(state_.language, MixtureText) + PickText(state_.language, SentenceGap) +
+                PickText(state_.language, WriteAgainText));
     QDialog::done(result);
+}
+
+/// Whether closing the window now leaves a radio that has got some of the lines. Who cancels the question has
+/// been told of the connection.
+bool frmclone::IsBrokenOff() const {
+    const CloneSession::Outcome outcome = session_.Result();
+    return session_.LineSent() && outcome != CloneSession::Outcome::Completed &&
+           outcome != CloneSession::Outcome::Cancelled;
 }
 
 QMessageBox::StandardButton frmclone::Ask(QMessageBox::Icon icon, const QString &title, const QString &text,
@@ -168,6 +183,10 @@ void frmclone::RefreshAfterRead() {
 
 void frmclone::WarnMissingLines(const std::vector<int> &lines) {
     Ask(QMessageBox::Warning, ToQt(ModelWord), ToQt(MissingLinesText(lines, state_.language)));
+}
+
+void frmclone::WarnDisturbedWrite() {
+    Ask(QMessageBox::Warning, ToQt(ModelWord), PickText(state_.language, DisturbedWriteText));
 }
 
 ComPortTable frmclone::ComPorts() {

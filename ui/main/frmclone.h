@@ -31,8 +31,9 @@ public:
 
 /// The transfer window: runs one clone session in the direction of state.cloneMode from the moment it is
 /// shown, and closes when the session ends. Closed by the user, at any time, it ends the session and closes
-/// the port; only while a message stands over it does it stay, whoever wants it closed. After a port that
-/// could not be opened it stays open and idle.
+/// the port, and when a line was written, says that the radio holds a mixture; only while a message stands
+/// over it does it stay, whoever wants it closed. After a port that could not be opened it stays open and
+/// idle.
 class frmclone : public QDialog, private CloneView {
     Q_OBJECT
 
@@ -57,6 +58,7 @@ private:
     void tmrOvertime_Timer();
     void MSComm1_OnComm();
 
+    bool IsBrokenOff() const;
     void LayOut();
     QMessageBox::StandardButton Ask(QMessageBox::Icon icon, const QString &title, const QString &text,
                                     QMessageBox::StandardButtons buttons = QMessageBox::Ok);
@@ -70,6 +72,7 @@ private:
     void ShowCompleted() override;
     void RefreshAfterRead() override;
     void WarnMissingLines(const std::vector<int> &lines) override;
+    void WarnDisturbedWrite() override;
     ComPortTable ComPorts() override;
     void CloseWindow() override;
 
