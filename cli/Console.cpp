@@ -14,21 +14,6 @@ constexpr std::string_view EraseLine = "\r\x1b[K";
 
 } // namespace
 
-std::string Phrase(Language language, const TextPair &pair, std::initializer_list<std::string_view> parts) {
-    constexpr std::string_view Place = "{}";
-    std::string_view rest = Pick(language, pair);
-    std::string text;
-    for (const std::string_view part : parts) {
-        const std::size_t at = rest.find(Place);
-        if (at == std::string_view::npos)
-            break;
-        text += rest.substr(0, at);
-        text += part;
-        rest.remove_prefix(at + Place.size());
-    }
-    return text.append(rest);
-}
-
 Console::Console(Language language, bool quiet)
     : language_(language), quiet_(quiet), progressShown_(!quiet && ::isatty(STDERR_FILENO) == 1) {
 }

@@ -8,9 +8,6 @@
 
 namespace k470 {
 
-/// The text of the pair with each "{}" replaced by the next of the parts.
-std::string Phrase(Language language, const TextPair &pair, std::initializer_list<std::string_view> parts);
-
 /// Where the commands speak: results on standard output, errors on standard error, progress there too when it
 /// is a terminal. A quiet one keeps progress and words of success to itself.
 class Console {

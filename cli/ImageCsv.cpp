@@ -1,6 +1,5 @@
 #include "cli/ImageCsv.h"
 
-#include "cli/Console.h"
 #include "core/FieldTexts.h"
 
 #include <algorithm>

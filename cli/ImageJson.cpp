@@ -1,6 +1,5 @@
 #include "cli/ImageJson.h"
 
-#include "cli/Console.h"
 #include "cli/JsonText.h"
 #include "core/FieldTexts.h"
 #include "core/HexCells.h"

@@ -98,4 +98,19 @@ std::string_view Res(Language language, int n) {
     return LoadResString(language == Language::Chinese ? n + ChineseOffset : n);
 }
 
+std::string Phrase(Language language, const TextPair &pair, std::initializer_list<std::string_view> parts) {
+    constexpr std::string_view Place = "{}";
+    std::string_view rest = Pick(language, pair);
+    std::string text;
+    for (const std::string_view part : parts) {
+        const std::size_t at = rest.find(Place);
+        if (at == std::string_view::npos)
+            break;
+        text += rest.substr(0, at);
+        text += part;
+        rest.remove_prefix(at + Place.size());
+    }
+    return text.append(rest);
+}
+
 } // namespace k470

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
+#include <string>
 #include <string_view>
 
 namespace k470 {
@@ -26,6 +28,9 @@ std::string_view LoadResString(int id);
 
 /// The text that has the English id n, in the language: entry n, or n + 1000.
 std::string_view Res(Language language, int n);
+
+/// The text of the pair with each "{}" replaced by the next of the parts.
+std::string Phrase(Language language, const TextPair &pair, std::initializer_list<std::string_view> parts);
 
 /// Ids of the texts that the program uses, by their English number.
 namespace Text {
