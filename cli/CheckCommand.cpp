@@ -4,7 +4,7 @@
 #include "cli/ImageWarnings.h"
 #include "cli/Outcome.h"
 #include "cli/TextTable.h"
-#include "core/ImageChecks.h"
+#include "exchange/ImageChecks.h"
 
 namespace k470 {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/ImageDifferences.h"
+#include "exchange/ImageDifferences.h"
 #include "resources/StringTable.h"
 
 #include <string>

@@ -2,9 +2,9 @@
 
 #include "cli/DifferenceTable.h"
 #include "cli/ImageFiles.h"
-#include "cli/ImageJson.h"
 #include "cli/Outcome.h"
-#include "core/ImageChecks.h"
+#include "exchange/ImageChecks.h"
+#include "exchange/ImageJson.h"
 #include "files/WholeFile.h"
 
 #include <QString>

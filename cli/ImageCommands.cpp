@@ -1,14 +1,14 @@
 #include "cli/ImageCommands.h"
 
 #include "cli/ImageFiles.h"
-#include "cli/ImageJson.h"
 #include "cli/Listing.h"
 #include "cli/Outcome.h"
 #include "core/AppState.h"
 #include "core/Bands.h"
 #include "core/Channels.h"
-#include "core/FieldTexts.h"
 #include "core/NumberText.h"
+#include "exchange/FieldTexts.h"
+#include "exchange/ImageJson.h"
 
 #include <optional>
 

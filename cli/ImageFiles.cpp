@@ -1,7 +1,7 @@
 #include "cli/ImageFiles.h"
 
 #include "cli/Console.h"
-#include "core/FieldTexts.h"
+#include "exchange/FieldTexts.h"
 #include "files/CodeplugFile.h"
 #include "files/WholeFile.h"
 

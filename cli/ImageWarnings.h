@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/JsonText.h"
-#include "core/ImageChecks.h"
+#include "exchange/ImageChecks.h"
+#include "exchange/JsonText.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/Commands.h"
-#include "cli/JsonText.h"
+#include "exchange/JsonText.h"
 
 #include <string>
 

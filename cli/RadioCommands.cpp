@@ -1,10 +1,10 @@
 #include "cli/RadioCommands.h"
 
 #include "cli/ImageFiles.h"
-#include "cli/JsonText.h"
 #include "cli/RadioRun.h"
 #include "cli/TextTable.h"
 #include "cli/WriteRun.h"
+#include "exchange/JsonText.h"
 #include "link/QtComPorts.h"
 
 namespace k470 {

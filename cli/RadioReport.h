@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/Commands.h"
-#include "core/ImageChecks.h"
+#include "exchange/ImageChecks.h"
 #include "link/TransferCheck.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
 // What the check of an image warns of.
 
 #include "core/Channels.h"
-#include "core/ImageChecks.h"
+#include "exchange/ImageChecks.h"
 #include "sim/SampleMemory.h"
 
 #include <gtest/gtest.h>

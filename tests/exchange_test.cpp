@@ -1,10 +1,10 @@
 #include "cli/ExchangeCommands.h"
 #include "cli/ImageCommands.h"
-#include "cli/ImageCsv.h"
-#include "cli/ImageJson.h"
-#include "core/ChannelFields.h"
 #include "core/Channels.h"
-#include "core/ImageDifferences.h"
+#include "exchange/ChannelFields.h"
+#include "exchange/ImageCsv.h"
+#include "exchange/ImageDifferences.h"
+#include "exchange/ImageJson.h"
 #include "sim/SampleMemory.h"
 
 #include <gtest/gtest.h>

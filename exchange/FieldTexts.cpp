@@ -1,4 +1,4 @@
-#include "core/FieldTexts.h"
+#include "exchange/FieldTexts.h"
 
 #include "core/HexCells.h"
 

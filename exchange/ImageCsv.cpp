@@ -1,6 +1,6 @@
-#include "cli/ImageCsv.h"
+#include "exchange/ImageCsv.h"
 
-#include "core/FieldTexts.h"
+#include "exchange/FieldTexts.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/ImageFields.h"
+#include "exchange/ImageFields.h"
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "cli/JsonText.h"
+#include "exchange/JsonText.h"
 
 namespace k470 {
 

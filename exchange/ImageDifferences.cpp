@@ -1,6 +1,6 @@
-#include "core/ImageDifferences.h"
+#include "exchange/ImageDifferences.h"
 
-#include "core/ChannelFields.h"
+#include "exchange/ChannelFields.h"
 
 namespace k470 {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/ImageFields.h"
+#include "exchange/ImageFields.h"
 
 namespace k470 {
 

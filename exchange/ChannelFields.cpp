@@ -1,8 +1,8 @@
-#include "core/ChannelFields.h"
+#include "exchange/ChannelFields.h"
 
 #include "core/Channels.h"
-#include "core/FieldTexts.h"
 #include "core/Tones.h"
+#include "exchange/FieldTexts.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
-#include "cli/ImageJson.h"
+#include "exchange/ImageJson.h"
 
-#include "cli/JsonText.h"
-#include "core/FieldTexts.h"
 #include "core/HexCells.h"
+#include "exchange/FieldTexts.h"
+#include "exchange/JsonText.h"
 
 #include <algorithm>
 #include <optional>

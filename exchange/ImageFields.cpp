@@ -1,10 +1,10 @@
-#include "core/ImageFields.h"
+#include "exchange/ImageFields.h"
 
 #include "core/Bands.h"
-#include "core/ChannelFields.h"
-#include "core/FieldTexts.h"
 #include "core/Settings.h"
 #include "core/Tuning.h"
+#include "exchange/ChannelFields.h"
+#include "exchange/FieldTexts.h"
 
 #include <algorithm>
 #include <array>

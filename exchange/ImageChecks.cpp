@@ -1,4 +1,4 @@
-#include "core/ImageChecks.h"
+#include "exchange/ImageChecks.h"
 
 #include "core/Bands.h"
 #include "core/ChannelRows.h"

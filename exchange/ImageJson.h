@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/ImageCsv.h"
-#include "core/ImageDifferences.h"
+#include "exchange/ImageCsv.h"
+#include "exchange/ImageDifferences.h"
 
 #include <string>
 #include <string_view>
