@@ -26,6 +26,12 @@ constexpr TextPair BackupKept{"The radio's old image is kept in {}", "对讲机�
 constexpr TextPair Restore{"Its old image is kept in {}. To restore it: k470-cli write --port {} {}",
                            "旧映像保存在 {}。恢复方法：k470-cli write --port {} {}"};
 
+constexpr TextPair ReadAllTheSame{
+    "The connection was disturbed during the write. The radio may lack lines, so it is read and compared.",
+    "写入时连接受到干扰，对讲机中可能缺少部分数据，现在读取并核对。"};
+constexpr TextPair DisturbedNotVerified{
+    "The connection was disturbed during the write, and the radio could not be verified.",
+    "写入时连接受到干扰，且未能校验对讲机。"};
 constexpr TextPair WriteDone{"Writing completed!", "成功写完！"};
 constexpr TextPair Verified{"Verified: the radio holds what was written.",
                             "已校验：对讲机中的数据与写入的一致。"};
@@ -92,8 +98,10 @@ bool KeepOldImage(RadioRun &run, const std::string &folder) {
     return true;
 }
 
-bool Write(RadioRun &run, AppState &state) {
+/// @param disturbed receives whether the radio may lack lines although it was written to the end
+bool Write(RadioRun &run, AppState &state, bool &disturbed) {
     const CloneReport session = run.RunSession(state, WriteTask);
+    disturbed = session.disturbed;
     if (run.TakeEnd(session))
         return true;
     if (session.lineSent)
@@ -133,19 +141,19 @@ bool CompareRadio(RadioRun &run, const MemoryImage &image, const Comparison &com
     return false;
 }
 
-bool ReadBack(RadioRun &run, const MemoryImage &sent) {
+/// @param disturbed of the write: its acknowledges prove nothing
+bool ReadBack(RadioRun &run, const MemoryImage &sent, bool disturbed) {
     if (CompareRadio(run, sent, {ReadBackTask, CompareWritten, run.Terminal().Phrase(VerifyFailed)}))
         return true;
     RadioReport &report = run.Report();
-    if (report.code == ExitVerify) {
-        SayWayOut(run);
-        return false;
-    }
     // Whatever kept the read from its end, a port that is gone included: the radio was written.
-    if (report.code != ExitInterrupted)
+    if (report.code != ExitVerify && report.code != ExitInterrupted)
         report.code = ExitRadio;
-    run.Say(NotVerified);
-    if (!report.backup->empty())
+    if (report.code != ExitVerify)
+        run.Say(disturbed ? DisturbedNotVerified : NotVerified);
+    if (report.code == ExitVerify || disturbed)
+        SayWayOut(run);
+    else if (!report.backup->empty())
         SayRestore(run);
     return false;
 }
@@ -168,10 +176,16 @@ bool WriteFileToRadio(RadioRun &run) {
     }
     if (!run.OpenTrace(arguments.input) || (!arguments.noBackup && !KeepOldImage(run, folder)))
         return false;
-    if (!Write(run, state) || (!arguments.noVerify && !ReadBack(run, state.image)))
+    bool disturbed = false;
+    if (!Write(run, state, disturbed))
+        return false;
+    if (disturbed)
+        run.Terminal().PrintError(run.Terminal().Phrase(ReadAllTheSame));
+    const bool verify = disturbed || !arguments.noVerify;
+    if (verify && !ReadBack(run, state.image, disturbed))
         return false;
     run.Say(WriteDone);
-    if (!arguments.noVerify)
+    if (verify)
         run.Say(Verified);
     return true;
 }
