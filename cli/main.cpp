@@ -44,8 +44,9 @@ const ArgumentShape RetryArgument{"--retry", &CommandArguments::retry, "N",
                                   "How often a read that lacks lines or breaks off is begun anew", false};
 const ArgumentShape NoBackupArgument{"--no-backup", &CommandArguments::noBackup, "",
                                      "Do not read the radio and keep its image first", false};
-const ArgumentShape NoVerifyArgument{"--no-verify", &CommandArguments::noVerify, "",
-                                     "Do not read back and compare afterwards", false};
+const ArgumentShape NoVerifyArgument{
+    "--no-verify", &CommandArguments::noVerify, "",
+    "Do not read back and compare afterwards, unless the write was disturbed", false};
 const ArgumentShape JsonArgument{"--json", &CommandArguments::json, "", "Results as JSON", false};
 
 const std::vector<CommandShape> Commands{
