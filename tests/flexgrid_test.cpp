@@ -1,4 +1,5 @@
 #include "tests/Widgets.h"
+#include "ui/shared/Shades.h"
 #include "ui/shared/Twips.h"
 
 #include <QClipboard>

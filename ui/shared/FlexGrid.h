@@ -8,12 +8,6 @@
 
 namespace k470 {
 
-/// The shade of a colour that can be read on a ground: the colour itself when its contrast ratio suffices,
-/// otherwise the nearest lighter or darker shade of the same hue that reaches it.
-/// @param ratio 1 to 21; above 4.58 there are grounds on which no shade reaches it, black or white is
-/// returned then
-QColor ReadableShade(const QColor &colour, const QColor &ground, double ratio = 4.5);
-
 /// A table of texts with a caption row and a caption column, a current cell and cell geometry, for editors
 /// that are laid over a cell. Rows and columns count from 0 and include the fixed ones: with one fixed row,
 /// row 0 is the caption row. Widths and heights are given in twips; width 0 hides a column. All texts are
