@@ -3,6 +3,7 @@
 #include "cli/DifferenceTable.h"
 #include "cli/ImageFiles.h"
 #include "cli/Outcome.h"
+#include "core/ChannelCount.h"
 #include "exchange/ImageChecks.h"
 #include "exchange/ImageJson.h"
 #include "files/WholeFile.h"
@@ -142,8 +143,8 @@ ExitCode TellTaken(const ReadFields &fields, const MemoryImage &image, const Com
                    const Console &console) {
     const std::ptrdiff_t unsent = CountUnsent(image);
     if (unsent > 0)
-        console.PrintError(console.Phrase(NotSent, {arguments.output, std::to_string(unsent),
-                                                    std::to_string(image[Address::ChannelCount])}));
+        console.PrintError(console.Phrase(
+            NotSent, {arguments.output, std::to_string(unsent), std::to_string(CheckedChannels(image))}));
     if (!arguments.json) {
         console.PrintSuccess(console.Phrase(Taken, {std::to_string(CountChannels(fields))}));
         return ExitDone;

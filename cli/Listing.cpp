@@ -1,8 +1,8 @@
 #include "cli/Listing.h"
 
 #include "cli/TextTable.h"
-#include "core/AppState.h"
 #include "core/Bands.h"
+#include "core/ChannelCount.h"
 #include "core/ChannelRows.h"
 #include "core/NumberText.h"
 #include "core/Settings.h"
@@ -11,17 +11,12 @@ namespace k470 {
 
 namespace {
 
-/// A count byte that is none shows as many channels as the channel count's list then selects.
-int ShownChannels(const MemoryImage &image) {
-    const int count = image[Address::ChannelCount];
-    return count <= MaxChannels ? count : DefaultGridRows - 1;
-}
-
 std::vector<TextRow> ChannelTable(const MemoryImage &image, Language language) {
     std::vector<TextRow> rows(1);
     for (int column = 0; column < GridCols; ++column)
         rows.front().push_back(ColumnHeader(column, language));
-    for (int ch = 0; ch < ShownChannels(image); ++ch) {
+    const int channels = GetChannelCount(image).value_or(CountFallback::Shown);
+    for (int ch = 0; ch < channels; ++ch) {
         RowTexts row = RowFromRecord(image, ch, language);
         row[ColNumber] = std::to_string(ch + 1);
         rows.emplace_back(row.begin(), row.end());

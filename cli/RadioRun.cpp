@@ -1,6 +1,7 @@
 #include "cli/RadioRun.h"
 
 #include "cli/ImageFiles.h"
+#include "core/ChannelCount.h"
 #include "core/Preferences.h"
 #include "link/MissingLines.h"
 
@@ -45,11 +46,6 @@ public:
 
 } // namespace
 
-bool HasChannelCount(const MemoryImage &image) {
-    const int count = image[Address::ChannelCount];
-    return count >= 1 && count <= MaxChannels;
-}
-
 RadioRun::RadioRun(std::string command, const CommandArguments &arguments, const Console &console)
     : arguments_(arguments), console_(console),
       port_(ChoosePort(arguments.port)), report_{.command = std::move(command), .port = port_.name} {
@@ -68,6 +64,8 @@ bool RadioRun::Fail(ExitCode code, std::string sentence) {
 bool RadioRun::LoadImage(const std::string &path, AppState &state) {
     if (auto failure = LoadImageFile(path, state.image, UsedLanguage()))
         return Fail(ExitFile, *std::move(failure));
+    // The window would show 16 channels, and the user would see them before they are written. Here nobody
+    // looks: most likely it is an erased memory or no image at all.
     if (!HasChannelCount(state.image))
         return Fail(ExitFile,
                     console_.Phrase(WrongCount, {path, std::to_string(state.image[Address::ChannelCount]),

@@ -9,11 +9,6 @@
 
 namespace k470 {
 
-/// Whether the image says how many channels it has. One with another count shows 16 channels in the window,
-/// where the user sees them before they are written. Here nobody looks: most likely it is an erased memory or
-/// no image at all.
-bool HasChannelCount(const MemoryImage &image);
-
 /// What the commands that talk to a radio have in common: the port, the trace, the signals and the report.
 /// From the first failure on its steps must not be gone on with.
 class RadioRun {

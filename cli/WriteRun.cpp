@@ -3,6 +3,7 @@
 #include "cli/Backup.h"
 #include "cli/ImageWarnings.h"
 #include "cli/ShellText.h"
+#include "core/ChannelCount.h"
 #include "link/CloneWarnings.h"
 
 #include <algorithm>

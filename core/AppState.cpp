@@ -1,11 +1,12 @@
 #include "core/AppState.h"
 
+#include "core/ChannelCount.h"
+
 namespace k470 {
 
 void TakeGridRowsFromImage(AppState &state) {
-    const std::uint8_t count = state.image[Address::ChannelCount];
-    if (count <= MaxChannels)
-        state.gridRows = static_cast<std::uint8_t>(count + 1);
+    if (const auto count = GetChannelCount(state.image))
+        state.gridRows = static_cast<std::uint8_t>(*count + 1);
 }
 
 } // namespace k470

@@ -1,5 +1,6 @@
 #include "core/Settings.h"
 
+#include "core/ChannelCount.h"
 #include "core/Channels.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@ constexpr int TimeOutEntries = 40;
 constexpr int TimeOutStep = 15; // seconds
 constexpr int HighestSquelch = 9;
 constexpr int HighestVolume = 15;
-constexpr int DefaultCountEntry = 15;
 constexpr int LongestSaveRatio = 10;
 constexpr int SaveAutoEntry = LongestSaveRatio + 1;
 constexpr std::uint8_t SaveAutoByte = 1;
@@ -75,7 +75,7 @@ std::vector<std::string> VoiceTexts(Language language) {
 }
 
 int CountEntry(std::uint8_t byte) {
-    return byte <= MaxChannels ? byte - 1 : DefaultCountEntry;
+    return ChannelCountOf(byte).value_or(CountFallback::Shown) - 1;
 }
 
 std::optional<std::uint8_t> CountByte(int entry) {
@@ -250,7 +250,7 @@ std::vector<std::string> NumberEntries(int count) {
 std::string SettingText(const MemoryImage &image, Setting setting, Language language) {
     const SettingShape &shape = ShapeOf(setting);
     if (setting == Setting::WorkingChannel) {
-        const int channels = CountEntry(image[Address::ChannelCount]) + 1;
+        const int channels = GetChannelCount(image).value_or(CountFallback::Shown);
         const int working = WorkingChannelEntry(image[shape.address], channels);
         return working == NoEntry ? std::string() : std::to_string(working + 1);
     }
@@ -265,7 +265,7 @@ void FixWorkingChannel(MemoryImage &image) {
     std::uint8_t &working = image[Address::WorkingChannel];
     if (!IsMarkedEmpty(image, working))
         return;
-    const int count = std::min<int>(image[Address::ChannelCount], MaxChannels);
+    const int count = GetChannelCount(image).value_or(CountFallback::Searched);
     for (int ch = 0; ch < count; ++ch) {
         if (!IsMarkedEmpty(image, ch)) {
             working = static_cast<std::uint8_t>(ch);

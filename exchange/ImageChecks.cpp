@@ -1,6 +1,7 @@
 #include "exchange/ImageChecks.h"
 
 #include "core/Bands.h"
+#include "core/ChannelCount.h"
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "core/HexCells.h"
@@ -57,11 +58,6 @@ struct Findings {
     }
 };
 
-int ChannelsInUse(const MemoryImage &image) {
-    const int count = image[Address::ChannelCount];
-    return count >= 1 && count <= MaxChannels ? count : MaxChannels;
-}
-
 bool IsPackedDecimal(std::span<const std::uint8_t> bytes) {
     return std::all_of(bytes.begin(), bytes.end(),
                        [](std::uint8_t byte) { return (byte >> 4) <= 9 && (byte & 0x0F) <= 9; });
@@ -79,9 +75,9 @@ void CheckBand(Findings &findings) {
 bool IsOffered(const SettingShape &shape, const MemoryImage &image) {
     const std::uint8_t byte = image[shape.address];
     if (shape.setting == Setting::ChannelCount)
-        return byte >= 1 && byte <= MaxChannels;
+        return HasChannelCount(image);
     if (shape.setting == Setting::WorkingChannel)
-        return byte < ChannelsInUse(image);
+        return byte < CheckedChannels(image);
     return shape.label == nullptr || shape.toByte(shape.toEntry(byte)) == byte;
 }
 
@@ -94,7 +90,7 @@ void CheckSettings(Findings &findings) {
                           std::to_string(findings.image[shape.address]));
     }
     const int working = findings.image[Address::WorkingChannel];
-    if (working < ChannelsInUse(findings.image) && IsEmptyChannel(findings.image, working))
+    if (working < CheckedChannels(findings.image) && IsEmptyChannel(findings.image, working))
         findings.Warn(Kind::EmptyWorkingChannel, ImageWarning::WholeRadio, "workingChannel",
                       std::to_string(working + 1));
 }
@@ -174,7 +170,7 @@ std::vector<ImageWarning> CheckImage(const MemoryImage &image) {
     Findings findings{image, GetBandLimits(image)};
     CheckBand(findings);
     CheckSettings(findings);
-    const int used = ChannelsInUse(image);
+    const int used = CheckedChannels(image);
     for (int ch = 0; ch < used; ++ch)
         CheckChannel(findings, ch);
     for (int ch = used; ch < MaxChannels; ++ch)

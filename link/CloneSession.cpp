@@ -1,6 +1,7 @@
 #include "link/CloneSession.h"
 
 #include "core/Bands.h"
+#include "core/ChannelCount.h"
 #include "core/NumberText.h"
 
 #include <algorithm>
@@ -29,7 +30,7 @@ CloneSession::CloneSession(AppState &state, SerialPort &port, CloneTimers &timer
     : state_(state), port_(port), timers_(timers), view_(view), startPort_(state.portNumber),
       maximum_(Reading() ? Clone::ReadMaximum : Clone::WriteMaximum) {
     if (!Reading())
-        chCount_ = static_cast<std::uint8_t>(state.gridRows - 1);
+        chCount_ = state.gridRows - 1;
     port_.OnReceived([this] { Received(); });
 }
 
@@ -170,7 +171,7 @@ void CloneSession::TakeData(const std::vector<std::uint8_t> &reply) {
             return;
         }
         if (Reading())
-            chCount_ = reply.back() > MaxChannels ? std::uint8_t{DefaultGridRows - 1} : reply.back();
+            chCount_ = ChannelCountOf(reply.back()).value_or(CountFallback::Shown);
         countKnown_ = !repeated_ && !disturbed_;
     } else if (Reading()) {
         if (reply.size() != Clone::LineReplyLength) {
@@ -310,9 +311,7 @@ void CloneSession::FinishRead() {
 }
 
 std::vector<int> CloneSession::MissingLines() const {
-    int channels = state_.image[Address::ChannelCount];
-    if (channels > MaxChannels)
-        channels = 0;
+    int channels = GetChannelCount(state_.image).value_or(CountFallback::Required);
     // Nobody knows how many channels the radio has: neither told number is certainly its own.
     if (!countKnown_ && !account_.IsReceived(FirstSettingsLine))
         channels = MaxChannels;

@@ -117,7 +117,7 @@ private:
     bool waitAck_ = true;
     bool finished_ = false;
     bool ignore_ = false;
-    std::uint8_t chCount_ = 0; ///< channel lines to transfer
+    int chCount_ = 0; ///< channel lines to transfer
     // Counted over the whole session; a step that succeeds resets none of them.
     std::uint8_t retries_ = 0;
     std::uint8_t scanIndex_ = 0;

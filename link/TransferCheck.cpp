@@ -1,5 +1,7 @@
 #include "link/TransferCheck.h"
 
+#include "core/ChannelCount.h"
+
 #include <algorithm>
 #include <optional>
 #include <span>
@@ -57,8 +59,9 @@ MemoryImage UnlikeImage(const MemoryImage &sent) {
 
 std::vector<LineDifference> CompareWritten(const MemoryImage &sent, const MemoryImage &found) {
     std::vector<LineDifference> differences;
+    const int channels = GetChannelCount(sent).value_or(CountFallback::Written);
     for (int line = 0; line <= LastSettingsLine; ++line) {
-        if (!IsLineWritten(line, sent[Address::ChannelCount]))
+        if (!IsLineWritten(line, channels))
             continue;
         if (auto difference = CompareLine(line, Line(sent, line), Line(found, line)))
             differences.push_back(*std::move(difference));
