@@ -1,94 +1,128 @@
+// The worked blocks of the pages in docs/ are what the program does.
+
 #include "core/ChannelRows.h"
+#include "core/HexCells.h"
+#include "exchange/ImageJson.h"
+#include "files/CodeplugFile.h"
+#include "files/modEnDecode_Eliminator.h"
 #include "link/CloneFrames.h"
+#include "link/TracedPort.h"
 #include "sim/SampleMemory.h"
 #include "sim/SimulatedRadio.h"
+#include "tests/Files.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 namespace k470 {
-
 namespace {
 
-/// The fenced block of that kind in a page of docs/.
-std::vector<std::string> BlockOf(const std::string &page, const std::string &kind) {
-    std::ifstream file(std::string(K470_SOURCE_DIR) + "/docs/" + page);
-    std::vector<std::string> lines;
-    bool inside = false;
-    for (std::string line; std::getline(file, line);) {
-        if (inside && line == "```")
-            break;
-        if (inside)
-            lines.push_back(line);
-        inside = inside || line == "```" + kind;
-    }
-    return lines;
-}
-
-std::vector<std::uint8_t> BytesOf(const std::string &hex) {
-    std::istringstream stream(hex);
-    std::vector<std::uint8_t> bytes;
-    for (unsigned value = 0; stream >> std::hex >> value;)
-        bytes.push_back(static_cast<std::uint8_t>(value));
-    return bytes;
-}
-
 TEST(MemoryMapPage, ItsRecordShowsItsRowAndIsStoredFromIt) {
-    const auto record = BytesOf(BlockOf("memory-map.md", "record").at(0));
+    const Bytes record = HexBytes(BlockOf("memory-map.md", "record"));
     ASSERT_EQ(record.size(), LineSize);
     MemoryImage image{};
     std::copy(record.begin(), record.end(), image.begin());
     const RowTexts row = RowFromRecord(image, 0, Language::English);
-    std::string shown;
-    for (std::size_t col = ColRxFreq; col < row.size(); ++col)
-        shown += (col == ColRxFreq ? "" : " | ") + row[col];
-    EXPECT_EQ(shown, BlockOf("memory-map.md", "row").at(0));
+    std::string shown = row[ColRxFreq];
+    for (std::size_t col = ColRxFreq + 1; col < row.size(); ++col)
+        shown += " | " + row[col];
+    EXPECT_EQ(shown + "\n", BlockOf("memory-map.md", "row"));
 
-    MemoryImage stored;
-    stored.fill(0xFF);
-    stored[Record::Flags] = 0x7F;
-    StoreRow(stored, 0, row, Language::English);
-    EXPECT_TRUE(std::equal(record.begin(), record.end(), stored.begin()));
-}
-
-/// The page's line against the bytes: "> 02", without its direction.
-void ExpectLine(const std::string &line, char direction, const std::vector<std::uint8_t> &bytes) {
-    ASSERT_EQ(line.at(0), direction) << line;
-    EXPECT_EQ(BytesOf(line.substr(1)), bytes) << line;
+    image.fill(0xFF);
+    image[Record::Flags] = 0x7F;
+    StoreRow(image, 0, row, Language::English);
+    EXPECT_TRUE(std::equal(record.begin(), record.end(), image.begin()));
 }
 
 TEST(WireProtocolPage, ItsSessionIsWhatProgramAndRadioSay) {
     MemoryImage memory = MakeSampleMemory(2);
-    const auto record = BytesOf(BlockOf("memory-map.md", "record").at(0));
+    const Bytes record = HexBytes(BlockOf("memory-map.md", "record"));
     std::copy(record.begin(), record.end(), memory.begin());
     SimulatedRadio radio(memory);
-    struct Exchange {
+    const struct {
         int step;
         bool waitAck;
-        bool answered; ///< the page shows the answer too
-    };
-    const std::vector<Exchange> exchanges{{0, true, true},     {1, false, true},  {1, true, true},
-                                          {2, false, true},    {2, true, true},   {3, false, false},
-                                          {109, false, false}, {110, true, false}};
-    const auto page = BlockOf("wire-protocol.md", "session");
-    std::size_t at = 0;
-    for (const auto &[step, waitAck, answered] : exchanges) {
-        while (page.at(at) == "...")
-            ++at;
+        const char *instead = nullptr; ///< of the answer
+    } exchanges[] = {{0, true},
+                     {1, false},
+                     {1, true},
+                     {2, false},
+                     {2, true},
+                     {3, false, "...\n"},
+                     {109, false, "...\n"},
+                     {110, true, ""}};
+    std::string session;
+    for (const auto &[step, waitAck, instead] : exchanges) {
         const CloneFrame frame = BuildFrame(step, waitAck, CloneMode::Read, memory);
-        ExpectLine(page.at(at++), '>', frame.bytes);
-        if (!answered)
-            continue;
-        const auto replies = radio.Feed(frame.bytes);
-        ASSERT_EQ(replies.size(), 1U);
-        EXPECT_EQ(replies.front().bytes.size(), frame.replyLength);
-        ExpectLine(page.at(at++), '<', replies.front().bytes);
+        session += "> " + HexText(frame.bytes) + "\n";
+        if (instead == nullptr) {
+            const Bytes reply = radio.Feed(frame.bytes).at(0).bytes;
+            EXPECT_EQ(reply.size(), frame.replyLength);
+            session += "< " + HexText(reply) + "\n";
+        } else {
+            session += instead;
+        }
     }
-    EXPECT_EQ(at, page.size());
+    EXPECT_EQ(session, BlockOf("wire-protocol.md", "session"));
+}
+
+TEST(WireProtocolPage, ItsTraceIsReadAndWhatARadioAnswers) {
+    SimulatedRadio radio(MakeSampleMemory(2));
+    std::istringstream trace(BlockOf("wire-protocol.md", "trace"));
+    std::string frames, log;
+    for (std::string line; std::getline(trace, line);) {
+        const auto frame = ParseLogLine(line);
+        ASSERT_EQ(frame.has_value(), !line.starts_with("#")) << line;
+        if (!frame)
+            continue;
+        frames += HexText(frame->bytes) + "\n";
+        if (frame->direction == FrameDirection::FromProgram)
+            radio.Feed(frame->bytes);
+    }
+    for (const LoggedFrame &frame : radio.Log())
+        log += HexText(frame.bytes) + "\n";
+    EXPECT_EQ(frames, log);
+}
+
+TEST(FileFormatPage, ShowsThePackingAndANewCodeplugAsTheyAre) {
+    const std::string page = "file-format.md";
+    ByteBuffer buffer = HexBytes(BlockOf(page, "hex example plain"));
+    ASSERT_TRUE(CompressPass(buffer));
+    EXPECT_EQ(buffer, HexBytes(BlockOf(page, "hex example pass")));
+    buffer = HexBytes(BlockOf(page, "hex example plain"));
+    EncodeBuffer(buffer);
+    EXPECT_EQ(buffer, HexBytes(BlockOf(page, "hex example file")));
+
+    AppState state;
+    state.image[Address::ChannelCount] = 16;
+    NewImage(state);
+    EXPECT_EQ(PackImage(state.image), HexBytes(BlockOf(page, "hex new codeplug")));
+}
+
+TEST(ExchangePage, ItsExamplesMakeItsRecordsAndValues) {
+    const std::string page = "exchange-format.md";
+    MemoryImage expected = MakeSampleMemory(3);
+    const Bytes records = HexBytes(BlockOf(page, "records") + "FF*16");
+    std::copy(records.begin(), records.end(), expected.begin());
+    expected[Address::EmptyMap] = 0xFC;
+    expected[Address::ScanSkipMap] = 0xFE;
+    const std::pair<std::size_t, std::uint8_t> values[] = {{Address::TimeOutTimer, 4},
+                                                           {0x666, 0x40},
+                                                           {0x667, 0},
+                                                           {0x668, 0x48},
+                                                           {0x669, 0},
+                                                           {0x690, 40},
+                                                           {0x6B5, 80}};
+    for (const auto &[address, value] : values)
+        expected[address] = value;
+    for (const bool json : {false, true}) {
+        const std::string text = BlockOf(page, json ? "json example" : "csv example");
+        const ReadFields fields = (json ? FieldsFromJson : FieldsFromCsv)(text, Language::English);
+        MemoryImage image = MakeSampleMemory(3);
+        EXPECT_TRUE(fields.problems.empty());
+        EXPECT_TRUE(ApplyImageFields(fields.rows, &FieldColumn::header, image).empty());
+        EXPECT_EQ(image, expected) << json;
+    }
 }
 
 } // namespace
-
 } // namespace k470

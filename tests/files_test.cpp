@@ -2,19 +2,15 @@
 #include "files/FileCommands.h"
 #include "files/WholeFile.h"
 #include "files/modEnDecode_Eliminator.h"
+#include "tests/FakeCommandView.h"
+#include "tests/Files.h"
 
 #include "core/AppState.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <random>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -26,46 +22,20 @@ namespace k470 {
 namespace {
 
 namespace fs = std::filesystem;
-using Bytes = std::vector<std::uint8_t>;
-using Log = std::vector<std::string>;
+using Names = std::vector<std::string>;
 
 constexpr uid_t Nobody = 65534;
 
-/// An empty folder of the test's own, removed behind it.
-class SaveFolderTest : public testing::Test {
+/// A folder that anybody may use.
+class FilesTest : public testing::Test {
 protected:
-    SaveFolderTest() {
-        std::string name = testing::TempDir() + "k470-files-XXXXXX";
-        folder_ = ::mkdtemp(name.data());
-        fs::permissions(folder_, fs::perms(0777));
-    }
-    ~SaveFolderTest() override {
-        fs::permissions(folder_, fs::perms(0777));
-        fs::remove_all(folder_);
-    }
+    FilesTest() { Permit(0777); }
 
-    std::string In(const std::string &name) const { return (folder_ / name).string(); }
+    std::string In(const std::string &name) const { return folder_.In(name); }
+    void Permit(unsigned mode) const { fs::permissions(In(""), fs::perms(mode)); }
 
-    Log Names() const {
-        Log names;
-        for (const auto &entry : fs::directory_iterator(folder_))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    fs::path folder_;
+    const TempFolder folder_;
 };
-
-void Put(const std::string &path, const Bytes &bytes) {
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
-
-Bytes Content(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
-}
 
 /// Bytes that no pass makes smaller, different for each seed.
 MemoryImage NoiseImage(unsigned seed) {
@@ -76,51 +46,30 @@ MemoryImage NoiseImage(unsigned seed) {
     return image;
 }
 
+/// What the file of an image holds, before it is packed.
+Bytes Plain(const MemoryImage &image) {
+    Bytes plain{'S', 'L', 'Q', 'F', 'E', 'O'};
+    plain.resize(16, 0xFF);
+    plain.insert(plain.end(), image.begin(), image.end());
+    return plain;
+}
+
 Bytes Encoded(Bytes plain) {
     EncodeBuffer(plain);
     return plain;
 }
 
-AppState NewState(std::uint8_t channels) {
-    AppState state;
-    state.image[Address::ChannelCount] = channels;
-    NewImage(state);
-    return state;
-}
-
-// The format
-
 TEST(CodeplugFile, HoldsTheMarkTheFillerAndAllOfTheImage) {
     const MemoryImage image = NoiseImage(1); // no radio transfer carries all of it
-    Bytes plain = PackImage(image);
-    ASSERT_TRUE(DecodeBuffer(plain));
-    ASSERT_EQ(plain.size(), 1808u);
-    EXPECT_EQ(std::string(plain.begin(), plain.begin() + 6), "SLQFEO");
-    EXPECT_EQ(std::count(plain.begin() + 6, plain.begin() + 16, 0xFF), 10);
-    EXPECT_TRUE(std::equal(image.begin(), image.end(), plain.begin() + 16));
-
-    std::fill(plain.begin() + 6, plain.begin() + 16, std::uint8_t{0}); // nobody examines the filler
+    EXPECT_EQ(PackImage(image), Encoded(Plain(image)));
+    Bytes other = Plain(image);
+    std::fill(other.begin() + 6, other.begin() + 16, std::uint8_t{0}); // nobody examines the filler
     MemoryImage loaded{};
-    EXPECT_FALSE(UnpackImage(Encoded(plain), loaded));
+    EXPECT_FALSE(UnpackImage(Encoded(other), loaded));
     EXPECT_EQ(loaded, image);
 }
 
-TEST_F(SaveFolderTest, WhatCannotBeReadSaysWhyAndNeverBlocks) {
-    ASSERT_EQ(::mkfifo(In("pipe").c_str(), 0600), 0);
-    const std::pair<std::string, std::string> cases[] = {{In("missing.tw"), "No such file or directory"},
-                                                         {In(""), "Is a directory"},
-                                                         {In("pipe"), "Not a regular file"},
-                                                         {"", "No such file or directory"}};
-    for (const auto &[path, text] : cases) {
-        MemoryImage image{};
-        const auto failure = ReadCodeplug(path, image);
-        ASSERT_TRUE(failure) << path;
-        EXPECT_EQ(failure->kind, LoadFailure::Kind::Unreadable) << path;
-        EXPECT_EQ(failure->text, text) << path;
-    }
-}
-
-TEST_F(SaveFolderTest, ReadingStopsOneByteBehindTheLimit) {
+TEST_F(FilesTest, ReadingStopsOneByteBehindTheLimit) {
     for (const std::size_t size : {0u, 10u, 11u, 12u, 5000u}) {
         Put(In("file"), Bytes(size, 7));
         Bytes bytes{1, 2, 3};
@@ -130,79 +79,84 @@ TEST_F(SaveFolderTest, ReadingStopsOneByteBehindTheLimit) {
 }
 
 TEST(WithFileExtension, CompletesOnlyANameWithoutADot) {
-    const std::pair<const char *, const char *> cases[] = {{"/home/a.b/fleet", "/home/a.b/fleet.tw"},
-                                                           {"fleet", "fleet.tw"},
-                                                           {"/a/fleet.bak", "/a/fleet.bak"},
-                                                           {"/home/a/", "/home/a/"},
-                                                           {"", ""}};
-    for (const auto &[typed, used] : cases)
+    for (const auto &[typed, used] : {std::pair{"/home/a.b/fleet", "/home/a.b/fleet.tw"},
+                                      {"fleet", "fleet.tw"},
+                                      {"/a/fleet.bak", "/a/fleet.bak"},
+                                      {"/home/a/", "/home/a/"},
+                                      {"", ""}})
         EXPECT_EQ(WithFileExtension(typed), used);
 }
 
-TEST(FileFormatPage, ShowsANewCodeplugAsItIsSaved) {
-    std::ifstream page(K470_SOURCE_DIR "/docs/file-format.md");
-    const std::string text((std::istreambuf_iterator<char>(page)), {});
-    const std::string fence = "```hex new codeplug\n";
-    ASSERT_NE(text.find(fence), std::string::npos);
-    const char *next = text.c_str() + text.find(fence) + fence.size();
-    Bytes shown;
-    for (char *end = nullptr; *next != '`'; next = end + std::strspn(end, " \n"))
-        shown.push_back(static_cast<std::uint8_t>(std::strtoul(next, &end, 16)));
-    EXPECT_EQ(shown, PackImage(NewState(16).image));
+TEST_F(FilesTest, WhatIsNoFileIsRefusedInTheSystemsWordsAndNeverBlocks) {
+    fs::create_directory(In("folder"));
+    Put(In("plain"), Bytes{1});
+    fs::create_symlink("loop", In("loop"));
+    ASSERT_EQ(::mkfifo(In("pipe").c_str(), 0600), 0);
+    const Names before = folder_.Names();
+    const struct {
+        std::string name;
+        const char *read;
+        const char *saved;
+    } cases[] = {
+        {"folder", "Is a directory", "Is a directory"},
+        {"missing/new", "No such file or directory", "No such file or directory"},
+        {"plain/new", "Not a directory", "Not a directory"},
+        {"loop", "Too many levels of symbolic links", "Too many levels of symbolic links"},
+        {"pipe", "Not a regular file", "Not a regular file"},
+        {std::string(256, 'n'), "File name too long", "File name too long"},
+        {std::string(255, 'n'), "No such file or directory", nullptr},
+    };
+    for (const auto &[name, read, saved] : cases) {
+        MemoryImage image{};
+        const auto failure = ReadCodeplug(In(name), image);
+        ASSERT_TRUE(failure) << name;
+        EXPECT_EQ(failure->kind, LoadFailure::Kind::Unreadable) << name;
+        EXPECT_EQ(failure->text, read) << name;
+        EXPECT_EQ(folder_.Names(), before);
+        EXPECT_EQ(WriteCodeplug(In(name), image).value_or(""), saved == nullptr ? "" : saved) << name;
+    }
 }
 
-// Saving
-
-TEST_F(SaveFolderTest, ANewFileGetsTheDefaultPermissionsAndAReplacedOneKeepsItsOwn) {
+TEST_F(FilesTest, ANewFileGetsTheDefaultPermissionsAndAReplacedOneKeepsItsOwn) {
     const mode_t mask = ::umask(0027);
-    EXPECT_EQ(WriteCodeplug(In("a.tw"), NoiseImage(1)), std::nullopt);
-    ::umask(mask);
-    struct stat status {};
-    ASSERT_EQ(::stat(In("a.tw").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0640u);
-    for (const mode_t mode : {0600u, 0751u}) {
-        Put(In("a.tw"), {1});
-        ASSERT_EQ(::chmod(In("a.tw").c_str(), mode), 0);
+    for (const mode_t mode : {0640u, 0600u, 0751u}) {                        // the first one is new
         const bool given = ::chown(In("a.tw").c_str(), Nobody, Nobody) == 0; // only root may
-        ASSERT_EQ(WriteCodeplug(In("a.tw"), NoiseImage(1)), std::nullopt);
+        ASSERT_EQ(WriteCodeplug(In("a.tw"), NoiseImage(mode)), std::nullopt);
+        struct stat status {};
         ASSERT_EQ(::stat(In("a.tw").c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 07777, mode);
         EXPECT_EQ(status.st_uid, given ? Nobody : ::getuid());
-        EXPECT_EQ(Content(In("a.tw")), PackImage(NoiseImage(1)));
-        EXPECT_EQ(Names(), Log{"a.tw"});
+        EXPECT_EQ(ContentOf(In("a.tw")), Encoded(Plain(NoiseImage(mode))));
+        EXPECT_EQ(folder_.Names(), Names{"a.tw"});
+        ASSERT_EQ(::chmod(In("a.tw").c_str(), mode == 0640u ? 0600u : 0751u), 0);
     }
+    ::umask(mask);
 }
 
-TEST_F(SaveFolderTest, ALinkStaysAndItsTargetIsReplaced) {
+TEST_F(FilesTest, ALinkStaysAndItsTargetIsReplaced) {
     fs::create_directory(In("far"));
-    Put(In("far/real.tw"), {1});
+    Put(In("far/real.tw"), Bytes{1});
     fs::create_symlink("far/real.tw", In("link.tw"));
     fs::create_symlink(In("link.tw"), In("link of link.tw"));
     fs::create_symlink("far/not yet.tw", In("dangling.tw"));
-    for (const char *name : {"link of link.tw", "dangling.tw"}) {
+    for (const auto &[name, target] :
+         {std::pair{"link of link.tw", "far/real.tw"}, {"dangling.tw", "far/not yet.tw"}}) {
         EXPECT_EQ(WriteCodeplug(In(name), NoiseImage(1)), std::nullopt) << name;
         EXPECT_TRUE(fs::is_symlink(In(name))) << name;
+        EXPECT_EQ(ContentOf(In(target)), Encoded(Plain(NoiseImage(1))));
     }
     EXPECT_TRUE(fs::is_symlink(In("link.tw")));
-    EXPECT_EQ(Content(In("far/real.tw")), PackImage(NoiseImage(1)));
-    EXPECT_EQ(Content(In("far/not yet.tw")), PackImage(NoiseImage(1)));
 }
 
-TEST_F(SaveFolderTest, ATargetThatIsNoFileIsRefusedInTheSystemsWords) {
-    fs::create_directory(In("folder.tw"));
-    Put(In("plain"), {1});
-    fs::create_symlink("loop.tw", In("loop.tw"));
-    ASSERT_EQ(::mkfifo(In("pipe").c_str(), 0600), 0);
-    const auto before = Names();
-    const std::pair<std::string, std::string> cases[] = {
-        {"folder.tw", "Is a directory"},     {"missing/new.tw", "No such file or directory"},
-        {"plain/new.tw", "Not a directory"}, {"loop.tw", "Too many levels of symbolic links"},
-        {"pipe", "Not a regular file"},      {std::string(256, 'n'), "File name too long"},
-    };
-    for (const auto &[name, text] : cases)
-        EXPECT_EQ(WriteCodeplug(In(name), NoiseImage(1)), text) << name;
-    EXPECT_EQ(Names(), before);
-    EXPECT_EQ(WriteCodeplug(In(std::string(255, 'n')), NoiseImage(1)), std::nullopt);
+/// The size limit of files stands in for a full disk: writing stops in the middle of the file.
+bool FillDisk() {
+    const struct rlimit small { .rlim_cur = 1000, .rlim_max = 1000 };
+    return std::signal(SIGXFSZ, SIG_IGN) != SIG_ERR && ::setrlimit(RLIMIT_FSIZE, &small) == 0;
+}
+
+/// Root is above the permissions.
+bool BecomeNobody() {
+    return ::getuid() != 0 || (::setgid(Nobody) == 0 && ::setuid(Nobody) == 0);
 }
 
 /// Saves in a process of its own that has been restricted, prints what became of it and exits.
@@ -212,269 +166,182 @@ TEST_F(SaveFolderTest, ATargetThatIsNoFileIsRefusedInTheSystemsWords) {
     ::_exit(restricted ? 0 : 1);
 }
 
-/// The size limit of files stands in for a full disk: writing stops in the middle of the file.
-bool FillDisk() {
-    const struct rlimit small { .rlim_cur = 1000, .rlim_max = 1000 };
-    return std::signal(SIGXFSZ, SIG_IGN) != SIG_ERR && ::setrlimit(RLIMIT_FSIZE, &small) == 0;
-}
-
-TEST_F(SaveFolderTest, AFullDiskLeavesTheOldFileAndNothingElse) {
-    Put(In("old.tw"), {1});
-    for (const char *name : {"old.tw", "new.tw"})
-        EXPECT_EXIT(SaveRestricted(FillDisk, In(name)), testing::ExitedWithCode(0), "File too large");
-    EXPECT_EQ(Content(In("old.tw")), Bytes{1});
-    EXPECT_EQ(Names(), Log{"old.tw"});
-}
-
-/// Root is above the permissions.
-bool BecomeNobody() {
-    return ::getuid() != 0 || (::setgid(Nobody) == 0 && ::setuid(Nobody) == 0);
-}
-
-TEST_F(SaveFolderTest, WhatIsWriteProtectedStaysAsItIs) {
+TEST_F(FilesTest, AFullDiskOrAProtectionLeavesTheOldFileAndNothingElse) {
     struct Case {
+        bool (*restrict)();
         const char *name;
         unsigned file, folder; ///< permissions
         const char *result;
     };
-    for (const Case &c : {Case{"old.tw", 0666, 0777, "done"},
-                          {"old.tw", 0444, 0777, "Permission denied"},
-                          {"old.tw", 0666, 0555, "Permission denied"},
-                          {"new.tw", 0666, 0555, "Permission denied"}}) {
-        Put(In("old.tw"), {1});
+    for (const Case &c : {Case{FillDisk, "old.tw", 0666, 0777, "File too large"},
+                          {FillDisk, "new.tw", 0666, 0777, "File too large"},
+                          {BecomeNobody, "old.tw", 0666, 0777, "done"},
+                          {BecomeNobody, "old.tw", 0444, 0777, "Permission denied"},
+                          {BecomeNobody, "old.tw", 0666, 0555, "Permission denied"},
+                          {BecomeNobody, "new.tw", 0666, 0555, "Permission denied"}}) {
+        Put(In("old.tw"), Bytes{1});
         fs::permissions(In("old.tw"), fs::perms(c.file));
-        fs::permissions(folder_, fs::perms(c.folder));
-        EXPECT_EXIT(SaveRestricted(BecomeNobody, In(c.name)), testing::ExitedWithCode(0), c.result);
-        EXPECT_EQ(Content(In("old.tw")) == Bytes{1}, c.result != std::string("done"));
-        EXPECT_EQ(Names(), Log{"old.tw"});
+        Permit(c.folder);
+        EXPECT_EXIT(SaveRestricted(c.restrict, In(c.name)), testing::ExitedWithCode(0), c.result);
+        EXPECT_EQ(ContentOf(In("old.tw")) == Bytes{1}, c.result != std::string("done"));
+        EXPECT_EQ(folder_.Names(), Names{"old.tw"});
+        Permit(0777);
     }
 }
 
-TEST_F(SaveFolderTest, AtEveryMomentOfASaveOneOfTheTwoFilesIsThereWhole) {
+TEST_F(FilesTest, AtEveryMomentOfASaveOneOfTheTwoFilesIsThereWhole) {
     const Bytes contents[] = {PackImage(NoiseImage(0)), PackImage(NoiseImage(1))};
     Put(In("fleet.tw"), contents[0]);
     const pid_t child = ::fork();
-    for (unsigned turn = 1; child == 0; ++turn)
-        if (WriteCodeplug(In("fleet.tw"), NoiseImage(turn % 2)))
-            ::_exit(1);
+    if (child == 0) {
+        ::alarm(60); // whatever becomes of the test
+        for (unsigned turn = 1; !WriteCodeplug(In("fleet.tw"), NoiseImage(turn % 2)); ++turn) {
+        }
+        ::_exit(1);
+    }
     std::size_t seen = 0;
-    bool whole = true;
-    for (int changes = 0; whole && changes < 200 && ::waitpid(child, nullptr, WNOHANG) == 0;) {
-        const Bytes found = Content(In("fleet.tw"));
+    int changes = 0;
+    bool whole = true, saving = true;
+    while (whole && changes < 200 && (saving = ::waitpid(child, nullptr, WNOHANG) == 0)) {
+        const Bytes found = ContentOf(In("fleet.tw"));
         whole = found == contents[0] || found == contents[1];
         changes += found != contents[seen] ? 1 : 0;
         seen = found == contents[0] ? 0 : 1;
     }
     EXPECT_TRUE(whole) << "a kill would leave neither";
-    EXPECT_EQ(::kill(child, SIGKILL), 0) << "a save failed";
+    EXPECT_TRUE(saving && ::kill(child, SIGKILL) == 0) << "a save failed or changed nothing";
     ::waitpid(child, nullptr, 0);
 }
 
 // The commands
 
-/// Answers from a script and notes every call.
-class ScriptedView : public FileCommandView {
-public:
-    explicit ScriptedView(AppState &state) : state_(state) {}
+AppState NewState(std::uint8_t channels) {
+    AppState state;
+    state.language = Language::English;
+    state.image[Address::ChannelCount] = channels;
+    NewImage(state);
+    return state;
+}
 
-    SaveAnswer AskSaveFirst(std::string_view text) override {
-        log.push_back("AskSaveFirst " + std::string(text));
-        return saveFirst;
-    }
-    bool ConfirmClearAll(std::string_view text, std::string_view title) override {
-        log.push_back("ConfirmClearAll " + std::string(text) + "|" + std::string(title));
-        return clearAll;
-    }
-    void ShowMessage(std::string_view text, Icon icon, std::string_view title) override {
-        log.push_back(std::string(icon == Icon::Critical ? "Critical " : "Exclamation ") + std::string(text) +
-                      "|" + std::string(title));
-    }
-    std::optional<std::string> ChooseOpenFile() override {
-        log.push_back("ChooseOpenFile");
-        return openFile;
-    }
-    std::optional<std::string> ChooseSaveFile(const std::string &proposed) override {
-        log.push_back("ChooseSaveFile " + proposed);
-        return saveFile;
-    }
-    void TransferFocus() override { log.push_back("TransferFocus"); }
-    void CommitEdits() override {
-        log.push_back("CommitEdits");
-        state_.image[0] = committed;
-        TakeSnapshot(state_);
-    }
-    void RefreshChannelOP() override {
-        log.push_back("RefreshChannelOP " + std::to_string(state_.gridRowsLaidOut) + " to " +
-                      std::to_string(state_.gridRows));
-    }
-    void RefreshChData() override { log.push_back("RefreshChData"); }
-    void RefreshData() override { log.push_back("RefreshData"); }
-    void ShowTitle() override { log.push_back("ShowTitle"); }
-
-    Log log;
-    SaveAnswer saveFirst = SaveAnswer::Cancel;
-    bool clearAll = false;
-    std::optional<std::string> openFile;
-    std::optional<std::string> saveFile;
-    std::uint8_t committed = 0x77; ///< what the pending edits put into byte 0
-
-private:
-    AppState &state_;
-};
-
-class FileCommandsTest : public SaveFolderTest {
+class FileCommandsTest : public FilesTest {
 protected:
     FileCommandsTest() {
-        state_.language = Language::English;
-        const std::uint8_t band[] = {0x13, 0x65, 0x17, 0x40};
-        static_assert(Address::BandHigh == Address::BandLow + 2);
-        std::copy(std::begin(band), std::end(band), other_.begin() + Address::BandLow);
-        Put(In("other.tw"), PackImage(other_));
-        view_.openFile = In("other.tw");
+        const Bytes band = HexBytes("13 65 17 40");
+        std::copy(band.begin(), band.end(), other_.begin() + Address::BandLow);
+        Put(In("other.tw"), Encoded(Plain(other_)));
     }
-
-    MemoryImage Saved(const std::string &name) {
-        MemoryImage image{};
-        EXPECT_FALSE(ReadCodeplug(In(name), image)) << name;
-        return image;
+    /// What the view was told since the last time, the folder's path left out.
+    std::string TakeLog() {
+        std::string log = std::exchange(view_.log, {});
+        for (std::size_t at = 0; (at = log.find(In(""))) != std::string::npos;)
+            log.erase(at, In("").size());
+        return log;
     }
-    /// What the view was told since the last time.
-    Log TakeLog() { return std::exchange(view_.log, {}); }
 
     AppState state_ = NewState(16);
     MemoryImage other_ = NewState(40).image; ///< of the file other.tw
-    ScriptedView view_{state_};
+    FakeCommandView view_{state_};
     FileCommands commands_{state_, view_};
 };
 
-const Log OpenedWithNewRows = {"RefreshChannelOP 17 to 41", "RefreshChData", "RefreshData", "ShowTitle"};
-const std::string SaveFirstText = "AskSaveFirst File has been modified, save it now?";
-
-Log operator+(Log first, const Log &second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
-TEST_F(FileCommandsTest, NewAsksAfterTheCommitAndRenewsTheImageWhenConfirmed) {
-    const Log asked = {"TransferFocus", "CommitEdits", "ConfirmClearAll All data will be cleared.|Alert!"};
-    state_.image[Address::Volume] = 3;
-    state_.currentFileName = "/a/b.tw";
-    commands_.New();
-    EXPECT_EQ(TakeLog(), asked);
-    EXPECT_EQ(state_.image[0], view_.committed);
-    EXPECT_EQ(state_.image[Address::Volume], 3);
-
-    view_.clearAll = true;
-    commands_.New();
-    EXPECT_EQ(TakeLog(), (asked + Log{"RefreshChData", "RefreshData"}));
-    EXPECT_EQ(state_.image, NewState(16).image);
-    EXPECT_EQ(state_.currentFileName, "/a/b.tw");
-}
-
-TEST_F(FileCommandsTest, SaveAsksForANameOnceAndSaveAsAlways) {
-    const Log save = {"TransferFocus", "CommitEdits", "TransferFocus"};
-    commands_.Save();
-    EXPECT_EQ(TakeLog(), (save + Log{"ChooseSaveFile Untitled.tw"}));
-    commands_.SaveAs();
-    EXPECT_EQ(TakeLog(), (save + Log{"ChooseSaveFile Untitled"}));
-    EXPECT_EQ(state_.currentFileName, "Untitled") << "cancelled";
-    EXPECT_EQ(Names(), Log{"other.tw"});
-
-    view_.saveFile = In("fleet");
-    commands_.Save();
-    EXPECT_EQ(TakeLog(), (save + Log{"ChooseSaveFile Untitled.tw"}));
-    EXPECT_EQ(state_.currentFileName, In("fleet.tw"));
-    view_.committed = 0x78;
-    commands_.Save();
-    EXPECT_EQ(TakeLog(), save);
-    EXPECT_EQ(Saved("fleet.tw")[0], 0x78);
-
-    view_.committed = 0x79;
-    view_.saveFile = In("new.tw");
-    commands_.SaveAs();
-    EXPECT_EQ(TakeLog(), (save + Log{"ChooseSaveFile " + In("fleet.tw")}));
-    EXPECT_EQ(state_.currentFileName, In("new.tw"));
-    EXPECT_EQ(Saved("new.tw"), state_.image);
-    EXPECT_EQ(Saved("fleet.tw")[0], 0x78);
-}
-
-TEST_F(FileCommandsTest, OpenTakesTheFileOverAndKeepsTheName) {
-    commands_.Open();
-    EXPECT_EQ(TakeLog(), (Log{"TransferFocus", "ChooseOpenFile"} + OpenedWithNewRows));
-    EXPECT_EQ(state_.image, other_);
-    EXPECT_FALSE(ImageModified(state_));
-    EXPECT_EQ(state_.bandLow, 136.5);
-    EXPECT_EQ(state_.bandHigh, 174);
-    EXPECT_EQ(state_.gridRows, 41);
-    EXPECT_EQ(state_.gridRowsLaidOut, 41);
-    EXPECT_EQ(state_.currentFileName, "Untitled");
-
-    commands_.Open();
-    EXPECT_EQ(TakeLog(),
-              (Log{"TransferFocus", "ChooseOpenFile", "RefreshChData", "RefreshData", "ShowTitle"}))
-        << "the rows are laid out already";
-}
-
-TEST_F(FileCommandsTest, OpenAsksFirstWhenTheImageIsModified) {
-    using Answer = FileCommandView::SaveAnswer;
-    struct Case {
-        Answer answer;
-        const char *saveName; ///< nullptr: the save dialog is cancelled
-        bool saved, opened;
-        Log log;
+TEST_F(FileCommandsTest, AskCommitAndRefreshInTheirOrder) {
+    using Answer = std::optional<FileCommandView::SaveAnswer>;
+    constexpr Answer Yes = FileCommandView::SaveAnswer::Yes, No = FileCommandView::SaveAnswer::No;
+    constexpr Answer Cancel = FileCommandView::SaveAnswer::Cancel, Unmodified = std::nullopt;
+    constexpr int Old = 0x42, Typed = 0x77, Renewed = 0xFF, None = -1;
+    constexpr auto New = &FileCommands::New, Open = &FileCommands::Open;
+    constexpr auto Save = &FileCommands::Save, SaveAs = &FileCommands::SaveAs;
+    const std::string untitled = UntitledFileName;
+    const std::string clear =
+        "TransferFocus\nCommitEdits\nConfirmClearAll Alert!: All data will be cleared.\n";
+    const std::string save = "TransferFocus\nCommitEdits\nTransferFocus\n";
+    const std::string name = "ChooseSaveFile Untitled.tw\n";
+    const std::string first = "TransferFocus\nAskSaveFirst File has been modified, save it now?\n";
+    const std::string choose = "ChooseOpenFile\n", saved = first + "TransferFocus\n";
+    const std::string open = choose + "RefreshChannelOP 17: 41\nRefreshChData\nRefreshData\nShowTitle\n";
+    const std::string noFolder = "Exclamation K470: No such file or directory\n";
+    const struct {
+        void (FileCommands::*run)();
+        std::string name;   ///< of the current file
+        Answer answer;      ///< to the question; of New anything but Yes is Cancel
+        std::string chosen; ///< in either dialog; "": cancelled
+        std::string log;
+        std::string nameAfter;
+        int holds; ///< byte 0 of the image
+        int saved; ///< byte 0 of the file fleet.tw
+    } cases[] = {
+        {New, "b.tw", No, "", clear, "b.tw", Typed, None},
+        {New, "b.tw", Yes, "", clear + "RefreshChData\nRefreshData\n", "b.tw", Renewed, None},
+        {Save, untitled, No, "", save + name, untitled, Typed, None},
+        {Save, untitled, No, "fleet", save + name, "fleet.tw", Typed, Typed},
+        {Save, "fleet.tw", No, "x", save, "fleet.tw", Typed, Typed},
+        {SaveAs, untitled, No, "", save + "ChooseSaveFile Untitled\n", untitled, Typed, None},
+        {SaveAs, "b.tw", No, "fleet.tw", save + "ChooseSaveFile b.tw\n", "fleet.tw", Typed, Typed},
+        {Open, untitled, Unmodified, "other.tw", "TransferFocus\n" + open, untitled, Renewed, None},
+        {Open, untitled, Unmodified, "", "TransferFocus\n" + choose, untitled, Old, None},
+        {Open, untitled, Unmodified, "missing.tw", "TransferFocus\n" + choose, untitled, Old, None},
+        {Open, untitled, Cancel, "other.tw", first, untitled, Old, None},
+        {Open, untitled, No, "other.tw", first + open, untitled, Renewed, None},
+        {Open, "fleet.tw", Yes, "other.tw", saved + open, "fleet.tw", Renewed, Old},
+        {Open, untitled, Yes, "", saved + name + choose, untitled, Old, None},
+        {Open, untitled, Yes, "no/x", saved + name + noFolder + choose, "no/x.tw", Old, None},
     };
-    const Log opened = Log{"ChooseOpenFile"} + OpenedWithNewRows;
-    const Log asked = {"TransferFocus", "ChooseSaveFile Untitled.tw"};
-    const Log failed = {"Exclamation No such file or directory|K470"};
-    const Case cases[] = {{Answer::Cancel, "saved.tw", false, false, {}},
-                          {Answer::No, "saved.tw", false, true, opened},
-                          {Answer::Yes, "saved.tw", true, true, asked + opened},
-                          {Answer::Yes, nullptr, false, true, asked + opened},
-                          {Answer::Yes, "missing/saved.tw", false, true, asked + failed + opened}};
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.log + c.chosen);
         state_ = NewState(16);
-        state_.language = Language::English;
-        state_.image[0] = 0x42;
-        const MemoryImage modified = state_.image;
-        view_.saveFirst = c.answer;
-        view_.saveFile = c.saveName ? std::optional(In(c.saveName)) : std::nullopt;
-        fs::remove(In("saved.tw"));
-        commands_.Open();
-        EXPECT_EQ(TakeLog(), (Log{"TransferFocus", SaveFirstText} + c.log));
-        EXPECT_EQ(state_.image, c.opened ? other_ : modified);
-        ASSERT_EQ(fs::exists(In("saved.tw")), c.saved);
-        EXPECT_TRUE(!c.saved || Saved("saved.tw") == modified) << "without the pending edits";
+        state_.currentFileName = c.name == untitled ? untitled : In(c.name);
+        state_.image[0] = Old;
+        if (!c.answer)
+            TakeSnapshot(state_);
+        view_.saveFirst = c.answer.value_or(FileCommandView::SaveAnswer::Cancel);
+        view_.clearAll = c.answer == Yes;
+        view_.openFile = view_.saveFile = c.chosen.empty() ? std::nullopt : std::optional(In(c.chosen));
+        fs::remove(In("fleet.tw"));
+        (commands_.*c.run)();
+        EXPECT_EQ(TakeLog(), c.log);
+        EXPECT_EQ(state_.currentFileName, c.nameAfter == untitled ? untitled : In(c.nameAfter));
+        EXPECT_EQ(state_.image[0], c.holds);
+        EXPECT_EQ(ImageModified(state_), c.holds == Old && c.answer);
+        MemoryImage file{};
+        EXPECT_EQ(ReadCodeplug(In("fleet.tw"), file) ? None : int{file[0]}, c.saved);
+        EXPECT_TRUE(!c.log.ends_with(open) ||
+                    (state_.image == other_ && state_.bandLow == 136.5 && state_.bandHigh == 174));
     }
 }
 
-TEST_F(FileCommandsTest, OpenWithoutAReadableFileEndsSilently) {
-    const MemoryImage before = state_.image;
-    for (const auto &choice : {std::optional<std::string>(), std::optional(In("missing.tw"))}) {
-        view_.openFile = choice;
-        commands_.Open();
-        EXPECT_EQ(TakeLog(), (Log{"TransferFocus", "ChooseOpenFile"}));
-        EXPECT_EQ(state_.image, before);
+TEST_F(FileCommandsTest, AFileByNameLaysRowsOutForItsChannelCountOnly) {
+    for (const auto &[count, rows, log] : {std::tuple{40, 41, "RefreshChannelOP 17: 41\n"},
+                                           {40, 41, ""},
+                                           {99, 100, "RefreshChannelOP 41: 100\n"},
+                                           {100, 100, ""},
+                                           {255, 100, ""}}) {
+        other_[Address::ChannelCount] = static_cast<std::uint8_t>(count);
+        Put(In("other.tw"), Encoded(Plain(other_)));
+        state_.image[0] = 0x42;
+        EXPECT_FALSE(commands_.OpenNamed(In("other.tw")));
+        EXPECT_EQ(TakeLog(), std::string(log) + "RefreshChData\nRefreshData\nShowTitle\n");
+        EXPECT_EQ(state_.image, other_);
+        EXPECT_EQ(state_.gridRows, rows);
+        EXPECT_EQ(state_.gridRowsLaidOut, rows);
     }
 }
 
 TEST_F(FileCommandsTest, AFileOfTheWrongTypeIsRefusedUnderTheTitleOfItsFault) {
-    const Bytes plain = BuildPlainContent(NoiseImage(1));
-    const Bytes shorter(plain.begin(), plain.end() - 1);
+    const Bytes plain = Plain(NoiseImage(1));
     Bytes lowerCase = plain, longer = plain;
-    std::memcpy(lowerCase.data(), "slqfeo", 6);
+    lowerCase[0] = 's';
     longer.push_back(0);
-    struct Case {
+    const struct {
         const char *what;
         Bytes file;
         bool packed;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"empty", {}, false},
-        {"cut", {0, 0, 5, 0xEE, 0, 0, 8, 0x7F, 1}, false},
-        {"beyond the largest size", Bytes(MaxFileSize + 1), false},
-        {"of the largest size", Bytes(MaxFileSize), true},
-        {"beyond the largest size once unpacked", Encoded(Bytes(MaxFileSize + 1)), true},
-        {"1807 bytes", Encoded(shorter), true},
+        {"cut", HexBytes("00 00 05 EE 00 00 08 7F 01"), false},
+        {"beyond the largest size", Bytes((1 << 20) + 1), false},
+        {"of the largest size", Bytes(1 << 20), true},
+        {"beyond the largest size once unpacked", Encoded(Bytes((1 << 20) + 1)), true},
+        {"1807 bytes", Encoded(Bytes(plain.begin(), plain.end() - 1)), true},
         {"1809 bytes", Encoded(longer), true},
         {"mark in lower case", Encoded(lowerCase), true},
     };
@@ -486,22 +353,8 @@ TEST_F(FileCommandsTest, AFileOfTheWrongTypeIsRefusedUnderTheTitleOfItsFault) {
         EXPECT_EQ(failure->kind, packed ? LoadFailure::Kind::NoCodeplug : LoadFailure::Kind::NotPacked)
             << what;
         EXPECT_EQ(TakeLog(),
-                  Log{std::string("Critical Incorrect File Type.|") + (packed ? "K470" : "Error")});
+                  std::string(packed ? "Critical K470" : "Critical Error") + ": Incorrect File Type.\n");
         EXPECT_EQ(state_.image, before) << what;
-    }
-}
-
-TEST_F(FileCommandsTest, AFileByNameNeedsNoQuestionAndAChannelCountAbove99KeepsTheRows) {
-    for (const int count : {99, 100, 255}) {
-        state_.image[0] = 0x42;
-        state_.gridRows = 17;
-        state_.gridRowsLaidOut = 17;
-        other_[Address::ChannelCount] = static_cast<std::uint8_t>(count);
-        Put(In("other.tw"), PackImage(other_));
-        EXPECT_FALSE(commands_.OpenNamed(In("other.tw")));
-        EXPECT_EQ(TakeLog().front(), count == 99 ? "RefreshChannelOP 17 to 100" : "RefreshChData");
-        EXPECT_EQ(state_.image[Address::ChannelCount], count);
-        EXPECT_EQ(state_.gridRows, count == 99 ? 100 : 17);
     }
 }
 

@@ -1,34 +1,14 @@
 #include "files/modEnDecode_Eliminator.h"
+#include "tests/Files.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <random>
-#include <sstream>
-#include <string>
 #include <utility>
 
 namespace k470 {
 namespace {
-
-/// Hexadecimal bytes between blanks; "EE*14" is fourteen times EE, "1..7" the bytes from 1 up to 7.
-ByteBuffer Bytes(const std::string &text) {
-    ByteBuffer bytes;
-    std::istringstream words(text);
-    for (std::string word; words >> word;) {
-        char *end = nullptr;
-        const auto first = std::strtoul(word.c_str(), &end, 16);
-        const std::string rest(end);
-        const auto last = rest.starts_with("..") ? std::strtoul(rest.c_str() + 2, nullptr, 16) : first;
-        const auto times = rest.starts_with("*") ? std::strtoul(rest.c_str() + 1, nullptr, 10) : 1;
-        for (auto value = first; value <= last; ++value)
-            bytes.insert(bytes.end(), times, static_cast<std::uint8_t>(value));
-    }
-    return bytes;
-}
 
 ByteBuffer Encoded(ByteBuffer buffer) {
     EncodeBuffer(buffer);
@@ -63,10 +43,10 @@ constexpr Pinned PinnedForms[] = {
 
 TEST(Packing, GivesTheFormsWorkedOutByHandAndTurnsThemBack) {
     for (const auto &[what, plain, encoded] : PinnedForms) {
-        ByteBuffer buffer = Encoded(Bytes(plain));
-        EXPECT_EQ(buffer, Bytes(encoded)) << what;
+        ByteBuffer buffer = Encoded(HexBytes(plain));
+        EXPECT_EQ(buffer, HexBytes(encoded)) << what;
         EXPECT_TRUE(DecodeBuffer(buffer)) << what;
-        EXPECT_EQ(buffer, Bytes(plain)) << what;
+        EXPECT_EQ(buffer, HexBytes(plain)) << what;
     }
 }
 
@@ -89,14 +69,14 @@ TEST(CompressPass, MakesAnyPassOver1100OccurrencesAndNoCostlyOneBelow) {
 
     ByteBuffer enough = Scattered(1100);
     ASSERT_TRUE(CompressPass(enough));
-    ByteBuffer expected = Bytes("00 04 50 EE 00 04 4C 80*1100");
-    for (int literal = 0; literal < 7700; ++literal)
-        expected.push_back(static_cast<std::uint8_t>(literal % 200));
+    ByteBuffer expected = HexBytes("00 04 50 EE 00 04 4C 80*1100"), literals = Scattered(1100);
+    std::erase(literals, 0xEE);
+    expected.insert(expected.end(), literals.begin(), literals.end());
     EXPECT_EQ(enough, expected);
 
     ByteBuffer many(70000, 0x55); // counts of three bytes
     ASSERT_TRUE(CompressPass(many));
-    EXPECT_EQ(many, Bytes("00 27 14 55 01 11 70 7F*10000"));
+    EXPECT_EQ(many, HexBytes("00 27 14 55 01 11 70 7F*10000"));
 }
 
 /// Buffers of a few values, of runs, with one common value, and with periods around the lengths of groups and
@@ -161,9 +141,9 @@ TEST(DecodeBuffer, TakesWhatIsWholeAndRefusesWhatPointsPastTheData) {
         {"a pass too many", "00 00 05 EE 00 00 07 7F 02"},
     };
     for (const auto &[what, encoded, plain] : cases) {
-        ByteBuffer buffer = Bytes(encoded);
+        ByteBuffer buffer = HexBytes(encoded);
         EXPECT_EQ(DecodeBuffer(buffer), plain != nullptr) << what;
-        EXPECT_EQ(buffer, Bytes(plain != nullptr ? plain : encoded)) << what;
+        EXPECT_EQ(buffer, HexBytes(plain != nullptr ? plain : encoded)) << what;
     }
 }
 
@@ -175,32 +155,12 @@ TEST(DecodeBuffer, StopsAtAResultBeyondItsLimitAndCutsIt) {
         EXPECT_EQ(bomb.size(), std::min(size, MaxDecodedSize + 1));
     }
     // The buffer after the first of the two passes is beyond a limit of 8.
-    const ByteBuffer twice = Bytes("00 00 04 EE 00 00 00 00 00 04 EE 00 00 00 01 02 02");
+    const ByteBuffer twice = HexBytes("00 00 04 EE 00 00 00 00 00 04 EE 00 00 00 01 02 02");
     for (const auto &[limit, size] : {std::pair(8u, 9u), {9u, 2u}}) {
         ByteBuffer buffer = twice;
         EXPECT_TRUE(DecodeBuffer(buffer, limit));
         EXPECT_EQ(buffer.size(), size);
     }
-}
-
-/// The bytes of the code block that the page marks with these words.
-ByteBuffer BytesOfPage(const std::string &mark) {
-    std::ifstream page(K470_SOURCE_DIR "/docs/file-format.md");
-    const std::string text((std::istreambuf_iterator<char>(page)), {});
-    const std::string fence = "```hex " + mark + "\n";
-    const std::size_t start = text.find(fence);
-    if (start == std::string::npos)
-        return {};
-    const std::size_t content = start + fence.size();
-    return Bytes(text.substr(content, text.find("```", content) - content));
-}
-
-TEST(FileFormatPage, ShowsThePackingAsItIs) {
-    ByteBuffer buffer = BytesOfPage("example plain");
-    ASSERT_EQ(buffer.size(), 36u);
-    EXPECT_EQ(Encoded(buffer), BytesOfPage("example file"));
-    ASSERT_TRUE(CompressPass(buffer));
-    EXPECT_EQ(buffer, BytesOfPage("example pass"));
 }
 
 } // namespace
