@@ -6,50 +6,9 @@ namespace k470 {
 
 using namespace std::chrono_literals;
 
-// FakeLine
-
-FakeLine::FakeLine(SerialDevice *device, Delivery delivery)
-    : device_(device), byteTime_(delivery == Delivery::AtOnce ? Moment(0) : Moment(1s) * 11 / 9600) {
-}
-
-void FakeLine::Send(std::span<const std::uint8_t> frame, Moment now) {
-    if (device_ != nullptr && device_->FramePending() && heard_ + std::chrono::milliseconds(SilenceMs) <= now)
-        device_->Silence();
-    heard_ = std::max(heard_, now) + byteTime_ * static_cast<Moment::rep>(frame.size());
-    if (device_ == nullptr)
-        return;
-    for (const Reply &reply : device_->Feed(frame)) {
-        replied_ = std::max(replied_, heard_ + std::chrono::milliseconds(reply.delayMs));
-        for (const std::uint8_t byte : reply.bytes)
-            bytes_.emplace_back(replied_ += byteTime_, byte);
-        if (reply.hangUp)
-            hangUp_ = replied_;
-    }
-}
-
-Moment FakeLine::NextDue(std::size_t wanted) const {
-    return wanted > 0 && wanted <= bytes_.size() ? std::min(bytes_[wanted - 1].first, hangUp_) : hangUp_;
-}
-
-std::size_t FakeLine::Arrived(Moment now) const {
-    return static_cast<std::size_t>(
-        std::ranges::count_if(bytes_, [now](const auto &byte) { return byte.first <= now; }));
-}
-
-bool FakeLine::Take(Moment now, std::deque<std::uint8_t> &received) {
-    for (; !bytes_.empty() && bytes_.front().first <= now; bytes_.pop_front())
-        received.push_back(bytes_.front().second);
-    if (hangUp_ > now)
-        return false;
-    hangUp_ = Never;
-    bytes_.clear();
-    return true;
-}
-
-// FakePort
-
-void FakePort::Connect(int number, SerialDevice *device, Delivery delivery) {
-    lines_.insert_or_assign(number, FakeLine(device, delivery));
+void FakePort::Connect(int number, SerialDevice *device, int baud) {
+    lines_.insert_or_assign(
+        number, WireLine{device, WireSchedule(baud), baud == AtOnce ? 0ns : Moment(1s) * BitsPerByte / baud});
 }
 
 std::optional<PortFailure> FakePort::Open() {
@@ -58,8 +17,7 @@ std::optional<PortFailure> FakePort::Open() {
     if (found == lines_.end())
         return PortFailure{PortFailure::Kind::NoSuchPort, "COM" + std::to_string(number_), {}, {}};
     open_ = &found->second;
-    open_->Take(now_, received_);
-    received_.clear(); // they came before anybody listened
+    open_->wire.TakeDue(now_); // came before anybody listened
     return std::nullopt;
 }
 
@@ -83,7 +41,18 @@ void FakePort::Output(std::span<const std::uint8_t> frame) {
     if (open_ == nullptr)
         return;
     frames_.push_back({now_, number_, {frame.begin(), frame.end()}});
-    open_->Send(frame, now_);
+    auto &[device, wire, byteTime, heard] = *open_;
+    if (device != nullptr && device->FramePending() && heard + std::chrono::milliseconds(SilenceMs) <= now_)
+        device->Silence();
+    heard = std::max(heard, now_) + byteTime * static_cast<Moment::rep>(frame.size());
+    wire.HostSent(frame.size(), now_);
+    if (device != nullptr)
+        for (Reply &reply : device->Feed(frame))
+            wire.Send(std::move(reply));
+}
+
+bool FakePort::CanBeAnswered() const {
+    return !IsOpen() || open_->heard + open_->byteTime * static_cast<Moment::rep>(replyLength_) <= now_;
 }
 
 Bytes FakePort::Input() {
@@ -96,14 +65,16 @@ Bytes FakePort::Input() {
 }
 
 Moment FakePort::NextDue() const {
-    if (open_ == nullptr)
-        return Never;
-    return open_->NextDue(replyLength_ > received_.size() ? replyLength_ - received_.size() : 0);
+    return open_ == nullptr ? Never : open_->wire.NextDue().value_or(Never);
 }
 
 void FakePort::Receive() {
-    if (open_ != nullptr && open_->Take(now_, received_))
-        Close();
+    if (open_ != nullptr) {
+        const WireSchedule::Delivery delivery = open_->wire.TakeDue(now_);
+        received_.insert(received_.end(), delivery.bytes.begin(), delivery.bytes.end());
+        if (delivery.hangUp)
+            Close();
+    }
     posted_ = posted_ || ReplyWaits();
 }
 
@@ -113,12 +84,7 @@ void FakePort::Notify() {
         handler_();
 }
 
-// FakeTimers and FakeView
-
-void FakeTimers::HurrySend() {
-    if (hurries && sendDue != Never)
-        sendDue = now_;
-}
+// FakeView
 
 void FakeView::Tell(const std::string &call) {
     calls.push_back(call);
@@ -157,10 +123,6 @@ void FakeView::CloseWindow() {
 
 // FakeClone
 
-FakeClone::FakeClone(AppState &state, Delivery delivery)
-    : view(state), session(state, port, timers, view), delivery_(delivery) {
-}
-
 bool FakeClone::Run() {
     session.TransferDatas();
     if (!RunUntil([this] { return view.closed; }))
@@ -177,7 +139,7 @@ void FakeClone::RunFor(Moment time) {
 }
 
 bool FakeClone::RunUntil(const std::function<bool()> &condition) {
-    const Moment end = now + Limit;
+    const Moment end = now + 2min;
     while (!condition())
         if (!Step(end))
             return false;
@@ -231,38 +193,8 @@ std::vector<Bytes> FakeClone::Frames() const {
 std::vector<int> FakeClone::LinesSent(char letter) const {
     std::vector<int> lines;
     for (const FakePort::SentFrame &frame : port.Frames())
-        if (frame.bytes.size() >= Clone::HeaderLength && frame.bytes[0] == letter)
+        if (frame.bytes.size() >= 4 && frame.bytes[0] == letter)
             lines.push_back((frame.bytes[1] * 256 + frame.bytes[2]) / 16);
-    return lines;
-}
-
-// Helpers
-
-Bytes Hex(std::string_view text) {
-    Bytes bytes;
-    for (std::size_t i = 0; i + 1 < text.size(); i += 3)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoi(std::string(text.substr(i, 2)), nullptr, 16)));
-    return bytes;
-}
-
-Bytes LineBytes(const MemoryImage &image, int line) {
-    const auto bytes = Line(image, line);
-    return {bytes.begin(), bytes.end()};
-}
-
-std::vector<int> ChangedLines(const MemoryImage &before, const MemoryImage &after) {
-    std::vector<int> lines;
-    for (int line = 0; line < static_cast<int>(LineCount); ++line)
-        if (!std::ranges::equal(Line(before, line), Line(after, line)))
-            lines.push_back(line);
-    return lines;
-}
-
-std::vector<int> TransferredLines(int channels) {
-    std::vector<int> lines;
-    for (int line = 0; line <= 107; ++line)
-        if (line < channels || line >= 99)
-            lines.push_back(line);
     return lines;
 }
 

@@ -4,66 +4,31 @@
 #include "link/CloneSession.h"
 #include "link/SerialPort.h"
 #include "sim/SerialDevice.h"
+#include "sim/WireSchedule.h"
+#include "tests/Lines.h"
 
-#include <chrono>
-#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
-#include <memory>
-#include <optional>
-#include <span>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 namespace k470 {
 
-using Bytes = std::vector<std::uint8_t>;
-
 /// Virtual time since the start of a test's clock.
-using Moment = std::chrono::nanoseconds;
+using Moment = WireTime;
 inline constexpr Moment Never = Moment::max();
 
-/// How bytes travel on a fake line, both ways: in no time, or one after the other at 9600 baud, 11 bits each.
-enum class Delivery { AtOnce, ByteByByte };
+/// Bits a second of a fake line, both ways; none: bytes travel in no time.
+inline constexpr int AtOnce = 0;
+inline constexpr int WireSpeed = 9600;
 
-/// A serial line with a device at its far end. The device is asked for its replies as soon as a frame is
-/// sent; they reach the program when they would on a real line.
-class FakeLine {
-public:
-    /// @param device nullptr: nobody is there. Outlives the line.
-    FakeLine(SerialDevice *device, Delivery delivery);
-
-    void Send(std::span<const std::uint8_t> frame, Moment now);
-    /// Whether a reply of so many bytes to what was sent last can have arrived.
-    bool CanBeAnswered(std::size_t length, Moment now) const {
-        return heard_ + byteTime_ * static_cast<Moment::rep>(length) <= now;
-    }
-    std::size_t Arrived(Moment now) const;
-    /// When the device hangs up or, unless that is 0, `wanted` more bytes have reached the program.
-    Moment NextDue(std::size_t wanted) const;
-    /// Appends the bytes that have reached the program. @return whether the device has left the line since
-    bool Take(Moment now, std::deque<std::uint8_t> &received);
-
-private:
-    SerialDevice *device_;
-    Moment byteTime_;
-    Moment heard_{};   ///< when the last byte of the program has left
-    Moment replied_{}; ///< when the device's last reply has arrived
-    Moment hangUp_ = Never;
-    std::deque<std::pair<Moment, std::uint8_t>> bytes_; ///< on their way to the program
-};
-
-/// A port whose threshold and read length work as the interface says. Notifications are posted and delivered
-/// by the event loop of FakeClone.
+/// A port whose threshold and read length work as the interface says, on lines with a device at their far
+/// ends. Notifications are posted and delivered by the event loop of FakeClone.
 class FakePort : public SerialPort {
 public:
     explicit FakePort(const Moment &now) : now_(now) {}
 
-    /// Makes a COM number openable. @param device nullptr: nobody answers there
-    void Connect(int number, SerialDevice *device, Delivery delivery);
+    /// Makes a COM number openable. @param device nullptr: nobody answers there; outlives the port
+    void Connect(int number, SerialDevice *device, int baud);
 
     void SetCommPort(int number) override { number_ = number; }
     std::optional<PortFailure> Open() override;
@@ -72,10 +37,8 @@ public:
     void EmptyBuffers() override;
     void SetReplyLength(std::size_t k) override;
     void Output(std::span<const std::uint8_t> frame) override;
-    bool CanBeAnswered() const override { return !IsOpen() || open_->CanBeAnswered(replyLength_, now_); }
-    std::size_t BytesWaiting() const override {
-        return IsOpen() ? received_.size() + open_->Arrived(now_) : 0;
-    }
+    bool CanBeAnswered() const override;
+    std::size_t BytesWaiting() const override { return received_.size(); }
     Bytes Input() override;
     void OnReceived(std::function<void()> handler) override { handler_ = std::move(handler); }
 
@@ -88,7 +51,7 @@ public:
     const std::vector<SentFrame> &Frames() const { return frames_; }
     int TimesEmptied() const { return timesEmptied_; }
 
-    /// When the next notification or hang-up is due.
+    /// When the next byte or hang-up is due.
     Moment NextDue() const;
     /// Takes in what has arrived.
     void Receive();
@@ -96,11 +59,18 @@ public:
     void Notify();
 
 private:
+    struct WireLine {
+        SerialDevice *device;
+        WireSchedule wire;
+        Moment byteTime;
+        Moment heard{}; ///< when the last byte of the program has left
+    };
+
     bool ReplyWaits() const { return IsOpen() && replyLength_ != 0 && received_.size() >= replyLength_; }
 
     const Moment &now_;
-    std::map<int, FakeLine> lines_;
-    FakeLine *open_ = nullptr;
+    std::map<int, WireLine> lines_;
+    WireLine *open_ = nullptr;
     int number_ = 0;
     std::size_t replyLength_ = 0;
     std::deque<std::uint8_t> received_;
@@ -116,7 +86,7 @@ public:
     explicit FakeTimers(Moment &now) : now_(now) {}
 
     void EnableSend(bool enabled) override { sendDue = enabled ? now_ + SendInterval : Never; }
-    void HurrySend() override;
+    void HurrySend() override { sendDue = hurries && sendDue != Never ? now_ : sendDue; }
     void SetOvertimeInterval(int ms) override { overtimeInterval_ = std::chrono::milliseconds(ms); }
     void EnableOvertime(bool enabled) override { overtimeDue = enabled ? now_ + overtimeInterval_ : Never; }
     void Pause(int ms) override { now_ += std::chrono::milliseconds(ms); }
@@ -128,10 +98,10 @@ public:
     bool hurries = true; ///< whether HurrySend has an effect: it need not have one
 
 private:
-    static constexpr Moment SendInterval = std::chrono::milliseconds(Clone::SendInterval);
+    static constexpr Moment SendInterval = std::chrono::milliseconds(1);
 
     Moment &now_;
-    Moment overtimeInterval_ = std::chrono::milliseconds(Clone::ReplyTimeout);
+    Moment overtimeInterval_ = std::chrono::hours(1); ///< nobody's, until the session sets it
 };
 
 /// A transfer window without a window: remembers what it was told and gives prepared answers.
@@ -155,7 +125,7 @@ public:
     std::vector<int> ports; ///< numbers of the system's ports
     int retries = 0;        ///< how many questions are answered with Retry, before Cancel
 
-    std::vector<std::string> calls; ///< all but the progress and its label
+    Strings calls; ///< all but the progress and its label
     std::vector<std::pair<int, int>> progress;
     std::string label;
     std::vector<int> missing; ///< of the warning
@@ -175,21 +145,16 @@ private:
 /// A clone session on a virtual clock, with everything around it faked.
 class FakeClone {
 public:
-    static constexpr Moment Limit = std::chrono::minutes(2);
-
     /// @param state outlives the object; its cloneMode and gridRows are set
-    FakeClone(AppState &state, Delivery delivery);
+    explicit FakeClone(AppState &state) : view(state), session(state, port, timers, view) {}
     FakeClone(const FakeClone &) = delete;
     FakeClone &operator=(const FakeClone &) = delete;
-
-    /// @param device nullptr: the port opens, but nobody answers
-    void Connect(int number, SerialDevice *device) { port.Connect(number, device, delivery_); }
 
     /// Starts the session and runs it until its window closes. @return whether it did before the limit
     bool Run();
     /// Runs what happens within the time.
     void RunFor(Moment time);
-    /// Runs until the condition holds. @return whether it did before the limit
+    /// Runs until the condition holds. @return whether it did within two minutes
     bool RunUntil(const std::function<bool()> &condition);
 
     std::vector<Bytes> Frames() const;
@@ -210,18 +175,9 @@ private:
     bool Step(Moment end);
     void TickOvertime();
 
-    Delivery delivery_;
     int repetitions_ = 0;
     int sinceQuestion_ = 0;
     int mostRepetitions_ = 0;
 };
-
-/// "52 00 10 10" as bytes.
-Bytes Hex(std::string_view text);
-Bytes LineBytes(const MemoryImage &image, int line);
-/// The lines in which two images differ.
-std::vector<int> ChangedLines(const MemoryImage &before, const MemoryImage &after);
-/// The lines that a session with that many channel lines transfers.
-std::vector<int> TransferredLines(int channels);
 
 } // namespace k470
