@@ -7,7 +7,6 @@
 #include "core/Bands.h"
 #include "core/Channels.h"
 #include "core/NumberText.h"
-#include "exchange/FieldTexts.h"
 #include "exchange/ImageJson.h"
 
 #include <optional>

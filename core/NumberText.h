@@ -24,4 +24,12 @@ std::string ShortestDecimal(double value);
 /// A fixed number of decimals, halves of the last one to the even neighbour (67.25 with one decimal: "67.2").
 std::string FixedDecimals(double value, int decimals);
 
+/// An unsigned decimal number ("446.00625", "5") counted in its last decimal: 44600625 with five decimals.
+/// @param decimals more than these may only be zeros
+/// @return nothing for another form, or for more than nine digits
+std::optional<int> ParseDecimal(std::string_view text, int decimals);
+
+/// The number that ParseDecimal gives the count of, with all its decimals.
+std::string FormatDecimal(int count, int decimals);
+
 } // namespace k470

@@ -1,6 +1,7 @@
 #include "exchange/ChannelFields.h"
 
 #include "core/Channels.h"
+#include "core/NumberText.h"
 #include "core/Tones.h"
 #include "exchange/FieldTexts.h"
 

@@ -9,7 +9,6 @@ namespace k470 {
 namespace {
 
 constexpr std::string_view HexPrefix = "0x";
-constexpr std::size_t MaxDigits = 9; ///< that any int holds
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -24,35 +23,6 @@ bool IsHexDigit(char c) {
 }
 
 } // namespace
-
-std::optional<int> ParseDecimal(std::string_view text, int decimals) {
-    const std::size_t point = std::min(text.find('.'), text.size());
-    std::string digits(text.substr(0, point));
-    std::string fraction(text.substr(std::min(point + 1, text.size())));
-    const bool wholeAndFraction = !digits.empty() && (point == text.size() || !fraction.empty());
-    if (!wholeAndFraction || !std::all_of(digits.begin(), digits.end(), IsDigit) ||
-        !std::all_of(fraction.begin(), fraction.end(), IsDigit))
-        return std::nullopt;
-    const auto kept = static_cast<std::size_t>(decimals);
-    fraction.resize(std::max(fraction.size(), kept), '0');
-    if (fraction.find_first_not_of('0', kept) != std::string::npos)
-        return std::nullopt;
-    digits += fraction.substr(0, kept);
-    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
-    if (digits.size() > MaxDigits)
-        return std::nullopt;
-    return digits.empty() ? 0 : std::stoi(digits);
-}
-
-std::string FormatDecimal(int count, int decimals) {
-    const auto kept = static_cast<std::size_t>(decimals);
-    std::string text = std::to_string(count);
-    if (text.size() <= kept)
-        text.insert(0, kept + 1 - text.size(), '0');
-    if (decimals > 0)
-        text.insert(text.size() - kept, ".");
-    return text;
-}
 
 std::string RawText(std::span<const std::uint8_t> bytes) {
     std::string text(HexPrefix);

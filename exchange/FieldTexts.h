@@ -9,14 +9,6 @@
 
 namespace k470 {
 
-/// An unsigned decimal number ("446.00625", "5") counted in its last decimal: 44600625 with five decimals.
-/// @param decimals more than these may only be zeros
-/// @return nothing for another form, or for more than nine digits
-std::optional<int> ParseDecimal(std::string_view text, int decimals);
-
-/// The number that ParseDecimal gives the count of, with all its decimals.
-std::string FormatDecimal(int count, int decimals);
-
 /// "0x" and two upper-case digits a byte.
 std::string RawText(std::span<const std::uint8_t> bytes);
 

@@ -1,6 +1,7 @@
 #include "exchange/ImageFields.h"
 
 #include "core/Bands.h"
+#include "core/NumberText.h"
 #include "core/Settings.h"
 #include "core/Tuning.h"
 #include "exchange/ChannelFields.h"

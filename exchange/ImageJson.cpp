@@ -1,6 +1,7 @@
 #include "exchange/ImageJson.h"
 
 #include "core/HexCells.h"
+#include "core/NumberText.h"
 #include "exchange/FieldTexts.h"
 #include "exchange/JsonText.h"
 
