@@ -3,7 +3,6 @@
 #include "core/NumberText.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <optional>
 
@@ -11,53 +10,27 @@ namespace k470 {
 
 namespace {
 
-constexpr std::int64_t UnitsPerMegahertz = 100'000; // stored frequencies count 10 Hz
-constexpr std::int64_t Raster5kHz = 500;
-constexpr std::int64_t Raster625Hz = 625; // 6.25 kHz
-constexpr int FreqDecimals = 5;
-constexpr std::size_t FreqDigits = 2 * Record::FreqSize;
+constexpr int Raster5kHz = 500; // units of 10 Hz
+constexpr int Raster625Hz = 625;
 
-std::size_t FreqOffset(Field which) {
-    return which == Field::Rx ? Record::RxFreq : Record::TxFreq;
-}
-
-bool IsPackedDecimal(std::uint8_t byte) {
-    return (byte >> 4) <= 9 && (byte & 0x0F) <= 9;
-}
-
-/// The eight digits of a frequency text, most significant first; nothing when the text has another form.
-std::optional<std::array<std::uint8_t, FreqDigits>> DigitsOf(std::string_view text) {
-    constexpr std::size_t MinLength = 1 + 1 + FreqDecimals;
-    constexpr std::size_t MaxLength = FreqDigits + 1;
-    if (text.size() < MinLength || text.size() > MaxLength)
-        return std::nullopt;
-    const std::size_t separator = text.size() - FreqDecimals - 1;
-    std::array<std::uint8_t, FreqDigits> digits{};
-    std::size_t at = FreqDigits - (text.size() - 1);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (i == separator)
-            continue;
-        if (text[i] < '0' || text[i] > '9')
-            return std::nullopt;
-        digits[at++] = static_cast<std::uint8_t>(text[i] - '0');
-    }
-    return digits;
+template <typename Image>
+auto FreqBytes(Image &image, Field which, int ch) {
+    return Line(image, ch)
+        .subspan(which == Field::Rx ? Record::RxFreq : Record::TxFreq)
+        .template first<Record::FreqSize>();
 }
 
 /// Of the two raster points at or below the value the nearer one; a tie goes to the 5 kHz raster.
-double SnapToRaster(double megahertz) {
-    const double units = megahertz * static_cast<double>(UnitsPerMegahertz);
-    const auto whole = static_cast<std::int64_t>(RoundHalfEven(units));
-    const std::int64_t on5 = whole / Raster5kHz * Raster5kHz;
-    const std::int64_t on625 = whole / Raster625Hz * Raster625Hz;
-    const double distance5 = std::abs(units - static_cast<double>(on5));
-    const double distance625 = std::abs(units - static_cast<double>(on625));
-    const std::int64_t snapped = distance625 >= distance5 ? on5 : on625;
-    return static_cast<double>(snapped) / static_cast<double>(UnitsPerMegahertz);
+Frequency SnapToRaster(double megahertz) {
+    const double units = megahertz * Frequency::PerMegahertz;
+    const int whole = static_cast<int>(RoundHalfEven(units));
+    const int on5 = whole / Raster5kHz * Raster5kHz;
+    const int on625 = whole / Raster625Hz * Raster625Hz;
+    return Frequency::FromUnits(std::abs(units - on625) >= std::abs(units - on5) ? on5 : on625);
 }
 
-std::string HardLimited(double megahertz) {
-    return FixedDecimals(std::clamp(megahertz, LowestFrequency, HighestFrequency), FreqDecimals);
+double HardLimited(double megahertz) {
+    return std::clamp(megahertz, LowestFrequency, HighestFrequency);
 }
 
 bool BitOf(const MemoryImage &image, std::size_t bitmap, int ch) {
@@ -74,43 +47,37 @@ void SetBit(MemoryImage &image, std::size_t bitmap, int ch, bool set) {
 
 } // namespace
 
+std::optional<Frequency> GetFrequency(const MemoryImage &image, Field which, int ch) {
+    return Frequency::FromBytes(FreqBytes(image, which, ch));
+}
+
 std::string GetFreqString(const MemoryImage &image, Field which, int ch) {
-    const auto bytes = Line(image, ch).subspan(FreqOffset(which), Record::FreqSize);
-    if (!std::all_of(bytes.begin(), bytes.end(), IsPackedDecimal))
-        return {};
-    std::int64_t units = 0;
-    for (auto byte = bytes.rbegin(); byte != bytes.rend(); ++byte)
-        units = units * 100 + std::int64_t{*byte >> 4} * 10 + (*byte & 0x0F);
-    return FixedDecimals(static_cast<double>(units) / static_cast<double>(UnitsPerMegahertz), FreqDecimals);
+    const auto frequency = GetFrequency(image, which, ch);
+    return frequency ? frequency->Text() : std::string();
 }
 
 void SetFreqString(MemoryImage &image, Field which, int ch, std::string_view text) {
-    const auto bytes = Line(image, ch).subspan(FreqOffset(which), Record::FreqSize);
-    if (text.empty()) {
-        std::fill(bytes.begin(), bytes.end(), std::uint8_t{0xFF});
-        return;
-    }
-    const auto digits = DigitsOf(text);
-    if (!digits)
-        return;
-    for (std::size_t i = 0; i < Record::FreqSize; ++i)
-        bytes[Record::FreqSize - 1 - i] =
-            static_cast<std::uint8_t>((*digits)[2 * i] * 16 + (*digits)[2 * i + 1]);
+    const auto bytes = FreqBytes(image, which, ch);
+    if (text.empty())
+        std::fill(bytes.begin(), bytes.end(), NotProgrammed);
+    else if (const auto frequency = Frequency::FromText(text))
+        std::ranges::copy(frequency->Bytes(), bytes.begin());
 }
 
 NormalizedFreq NormalizeFreq(std::string_view typed, double bandLow, double bandHigh) {
     const bool comma = typed.find(',') != std::string_view::npos;
     const std::optional<double> converted = comma ? NumberWithComma(typed) : NumericPrefix(typed);
     if (!converted)
-        return {HardLimited(bandLow), false};
+        return {Frequency::FromMegahertz(HardLimited(bandLow)).Text(), false};
 
     const double f = *converted;
-    const bool above = f > bandHigh;
-    const bool below = !above && f < bandLow;
     // Beyond the hard limits nothing is snapped; clamping before it also keeps the raster arithmetic in range
     // when the band itself reaches beyond them.
-    const double limited = std::clamp(f, LowestFrequency, HighestFrequency);
-    return {HardLimited(SnapToRaster(limited)), above || below};
+    return {SnapToRaster(HardLimited(f)).Text(), f > bandHigh || f < bandLow};
+}
+
+bool IsOnRaster(Frequency frequency) {
+    return frequency.Units() % Raster5kHz == 0 || frequency.Units() % Raster625Hz == 0;
 }
 
 bool IsMarkedEmpty(const MemoryImage &image, int ch) {
@@ -130,7 +97,7 @@ void SetScanSkipped(MemoryImage &image, int ch, bool skipped) {
 }
 
 bool IsEmptyChannel(const MemoryImage &image, int ch) {
-    return IsMarkedEmpty(image, ch) || GetFreqString(image, Field::Rx, ch).empty();
+    return IsMarkedEmpty(image, ch) || !GetFrequency(image, Field::Rx, ch);
 }
 
 } // namespace k470

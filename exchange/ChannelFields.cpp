@@ -12,8 +12,6 @@ namespace k470 {
 
 namespace {
 
-constexpr int FreqDecimals = 5;
-constexpr int HighestFreqCount = 99'999'999;
 constexpr int ToneDecimals = 1;
 constexpr char RawBitsMark = ':';
 constexpr std::size_t RawBytesLength = 2 + 2 * LineSize;
@@ -86,10 +84,8 @@ MemoryImage ErasedImage() {
 }
 
 std::optional<std::string> FreqText(std::string_view typed) {
-    const std::optional<int> count = ParseDecimal(typed, FreqDecimals);
-    if (!count || *count > HighestFreqCount)
-        return std::nullopt;
-    return FormatDecimal(*count, FreqDecimals);
+    const auto frequency = Frequency::FromDecimal(typed);
+    return frequency ? std::optional(frequency->Text()) : std::nullopt;
 }
 
 /// The tone as the grid shows it, whether or not it has one like it.

@@ -5,7 +5,6 @@
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "core/HexCells.h"
-#include "core/NumberText.h"
 #include "core/Settings.h"
 #include "core/Tones.h"
 
@@ -95,19 +94,10 @@ void CheckSettings(Findings &findings) {
                       std::to_string(working + 1));
 }
 
-/// @param text in the form of GetFreqString
-bool IsOnRaster(std::string text) {
-    constexpr int Raster5kHz = 500; // units of 10 Hz
-    constexpr int Raster625Hz = 625;
-    std::erase(text, '.');
-    const int units = std::stoi(text);
-    return units % Raster5kHz == 0 || units % Raster625Hz == 0;
-}
-
 void CheckFrequency(Findings &findings, int ch, Field which) {
     const std::string_view field = which == Field::Rx ? "receiveFrequency" : "transmitFrequency";
-    const std::string text = GetFreqString(findings.image, which, ch);
-    if (text.empty()) {
+    const auto frequency = GetFrequency(findings.image, which, ch);
+    if (!frequency) {
         const auto bytes =
             Line(findings.image, ch)
                 .subspan(which == Field::Rx ? Record::RxFreq : Record::TxFreq, Record::FreqSize);
@@ -115,11 +105,10 @@ void CheckFrequency(Findings &findings, int ch, Field which) {
             findings.Warn(Kind::NoFrequency, ch, field, HexText(bytes));
         return;
     }
-    const double megahertz = NumericPrefix(text);
-    if (megahertz < findings.band.low || megahertz > findings.band.high)
-        findings.Warn(Kind::OutsideBand, ch, field, text);
-    if (!IsOnRaster(text))
-        findings.Warn(Kind::OffRaster, ch, field, text);
+    if (frequency->Megahertz() < findings.band.low || frequency->Megahertz() > findings.band.high)
+        findings.Warn(Kind::OutsideBand, ch, field, frequency->Text());
+    if (!IsOnRaster(*frequency))
+        findings.Warn(Kind::OffRaster, ch, field, frequency->Text());
 }
 
 void CheckTone(Findings &findings, int ch, Field which) {
