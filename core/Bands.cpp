@@ -1,23 +1,26 @@
 #include "core/Bands.h"
 
 #include "core/NumberText.h"
+#include "core/PackedDecimal.h"
+
+#include <algorithm>
 
 namespace k470 {
 
 namespace {
 
-constexpr double MaxStoredTenths = 9999;
 constexpr double NarrowestSpan = 1; // MHz
 constexpr double WidestSpan = 100;
 constexpr TextPair CustomText{"Custom", "自定义"};
 
 void StoreLimit(MemoryImage &image, std::size_t address, double limit) {
     const double tenths = RoundHalfEven(limit * 10);
-    if (!(tenths >= 0 && tenths <= MaxStoredTenths))
-        return;
-    const auto digits = static_cast<unsigned>(tenths);
-    image[address] = static_cast<std::uint8_t>(digits / 1000 * 16 + digits / 100 % 10);
-    image[address + 1] = static_cast<std::uint8_t>(digits / 10 % 10 * 16 + digits % 10);
+    if (tenths >= 0 && tenths <= BandLimit::HighestTenths)
+        std::ranges::copy(BandLimit::Encode(static_cast<int>(tenths)), &image[address]);
+}
+
+BandLimit::Bytes LimitBytes(const MemoryImage &image, std::size_t address) {
+    return {image[address], image[address + 1]};
 }
 
 /// The two hexadecimal digits of a byte read as a decimal number, up to the first that is none.
@@ -31,7 +34,7 @@ int DecimalOfHexText(std::uint8_t byte) {
 
 double LoadLimit(const MemoryImage &image, std::size_t address) {
     // One division, so that a limit such as 136.1 is the double nearest to it and shows as it is stored.
-    return (DecimalOfHexText(image[address]) * 100 + DecimalOfHexText(image[address + 1])) / 10.0;
+    return BandLimit::Decode(LimitBytes(image, address)) / 10.0;
 }
 
 } // namespace
@@ -54,6 +57,20 @@ std::uint8_t FindBand(double low, double high) {
 bool IsSpanAllowed(Band band) {
     const double span = RoundHalfEven(band.high) - RoundHalfEven(band.low);
     return span >= NarrowestSpan && span <= WidestSpan;
+}
+
+BandLimit::Bytes BandLimit::Encode(int tenths) {
+    return {PackDigits(tenths / 100), PackDigits(tenths)};
+}
+
+int BandLimit::Decode(Bytes bytes) {
+    return DecimalOfHexText(bytes[0]) * 100 + DecimalOfHexText(bytes[1]);
+}
+
+std::optional<int> BandLimit::DecodeExactly(Bytes bytes) {
+    if (!IsPackedDecimal(bytes[0]) || !IsPackedDecimal(bytes[1]))
+        return std::nullopt;
+    return Decode(bytes);
 }
 
 void StoreBandLimits(AppState &state) {

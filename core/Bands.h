@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace k470 {
@@ -28,6 +29,21 @@ std::uint8_t FindBand(double low, double high);
 
 /// Whether a band may span these limits: 1 to 100 MHz between them, each rounded to whole MHz.
 bool IsSpanAllowed(Band band);
+
+/// The bytes of a band limit: four packed decimal digits of 0.1 MHz, most significant byte first.
+namespace BandLimit {
+using Bytes = std::array<std::uint8_t, BandLimitSize>;
+inline constexpr int HighestTenths = 9999;
+
+/// @param tenths 0 to HighestTenths
+Bytes Encode(int tenths);
+
+/// The limit in 0.1 MHz. A byte reads up to its first hexadecimal digit that is no decimal one.
+int Decode(Bytes bytes);
+
+/// @return nothing when one of the bytes is not packed decimal
+std::optional<int> DecodeExactly(Bytes bytes);
+} // namespace BandLimit
 
 /// Writes the band limits of the state into the image as four packed decimal digits, rounded to 0.1 MHz. A
 /// limit outside 0 to 999.9 MHz leaves its bytes as they are.

@@ -5,6 +5,7 @@
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "core/HexCells.h"
+#include "core/PackedDecimal.h"
 #include "core/Settings.h"
 #include "core/Tones.h"
 
@@ -57,16 +58,11 @@ struct Findings {
     }
 };
 
-bool IsPackedDecimal(std::span<const std::uint8_t> bytes) {
-    return std::all_of(bytes.begin(), bytes.end(),
-                       [](std::uint8_t byte) { return (byte >> 4) <= 9 && (byte & 0x0F) <= 9; });
-}
-
 void CheckBand(Findings &findings) {
     const std::span<const std::uint8_t> bytes(&findings.image[Address::BandLow], 2 * BandLimitSize);
     const auto [low, high] = findings.band;
-    if (!IsPackedDecimal(bytes) || low < LowestFrequency || high > HighestFrequency ||
-        !IsSpanAllowed(findings.band))
+    if (!std::all_of(bytes.begin(), bytes.end(), IsPackedDecimal) || low < LowestFrequency ||
+        high > HighestFrequency || !IsSpanAllowed(findings.band))
         findings.Warn(Kind::NoBand, ImageWarning::WholeRadio, "band", HexText(bytes));
 }
 

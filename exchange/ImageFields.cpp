@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <set>
-#include <span>
 #include <utility>
 
 namespace k470 {
@@ -18,7 +17,6 @@ namespace k470 {
 namespace {
 
 constexpr int BandDecimals = 1;
-constexpr int HighestBandCount = 9999;
 constexpr int HighestLevel = 255;
 constexpr int SegmentsTried = 100; ///< tens of megahertz; TuneIndex knows which there are
 
@@ -103,42 +101,33 @@ std::optional<std::uint8_t> ParseSetting(const SettingShape &shape, const std::s
     return position ? shape.toByte(static_cast<int>(*position)) : std::nullopt;
 }
 
-/// The packed decimal digits of a limit as one number.
-std::optional<int> PackedTenths(std::span<const std::uint8_t> bytes) {
-    int tenths = 0;
-    for (const std::uint8_t byte : bytes) {
-        if ((byte >> 4) > 9 || (byte & 0x0F) > 9)
-            return std::nullopt;
-        tenths = tenths * 100 + (byte >> 4) * 10 + (byte & 0x0F);
-    }
-    return tenths;
-}
-
-std::span<const std::uint8_t> LimitBytes(const MemoryImage &image, std::size_t limit) {
-    return std::span(image).subspan(LimitAddresses[limit], BandLimitSize);
+BandLimit::Bytes LimitBytes(const MemoryImage &image, std::size_t limit) {
+    const std::size_t address = LimitAddresses[limit];
+    return {image[address], image[address + 1]};
 }
 
 /// Whether the image has a band; numbers that are none are shown as the bytes they are.
 bool HasLimits(const MemoryImage &image) {
-    const auto low = PackedTenths(LimitBytes(image, 0));
-    const auto high = PackedTenths(LimitBytes(image, 1));
+    const auto low = BandLimit::DecodeExactly(LimitBytes(image, 0));
+    const auto high = BandLimit::DecodeExactly(LimitBytes(image, 1));
     return low && high && *low < *high;
 }
 
 std::string LimitText(const MemoryImage &image, std::size_t limit) {
     const auto bytes = LimitBytes(image, limit);
-    return HasLimits(image) ? FormatDecimal(PackedTenths(bytes).value_or(0), BandDecimals) : RawText(bytes);
+    return HasLimits(image) ? FormatDecimal(BandLimit::Decode(bytes), BandDecimals) : RawText(bytes);
 }
 
 bool TakeLimit(MemoryImage &image, std::size_t limit, const std::string &text) {
-    std::optional<std::vector<std::uint8_t>> bytes = ParseRawText(text, BandLimitSize);
     const std::optional<int> tenths = ParseDecimal(text, BandDecimals);
-    if (tenths && *tenths <= HighestBandCount)
-        bytes = {static_cast<std::uint8_t>(*tenths / 1000 * 16 + *tenths / 100 % 10),
-                 static_cast<std::uint8_t>(*tenths / 10 % 10 * 16 + *tenths % 10)};
-    if (bytes)
-        std::copy(bytes->begin(), bytes->end(), &image[LimitAddresses[limit]]);
-    return bytes.has_value();
+    const auto raw = ParseRawText(text, BandLimitSize);
+    if (tenths && *tenths <= BandLimit::HighestTenths)
+        std::ranges::copy(BandLimit::Encode(*tenths), &image[LimitAddresses[limit]]);
+    else if (raw)
+        std::ranges::copy(*raw, &image[LimitAddresses[limit]]);
+    else
+        return false;
+    return true;
 }
 
 /// The segments that have a place in the image.
