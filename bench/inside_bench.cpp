@@ -25,7 +25,7 @@ public:
 struct FullWindow {
     FullWindow() {
         state.image = MakeSampleMemory(MaxChannels);
-        TakeGridRowsFromImage(state);
+        FollowImage(state);
         window.RefreshAll();
         window.show();
         QCoreApplication::processEvents();

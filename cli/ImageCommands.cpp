@@ -64,9 +64,8 @@ ExitCode RunNew(const CommandArguments &arguments, const Console &console) {
     AppState state;
     state.bandLow = band->low;
     state.bandHigh = band->high;
-    StoreBandLimits(state);
-    state.image[Address::ChannelCount] = static_cast<std::uint8_t>(channels);
-    NewImage(state);
+    state.gridRows = static_cast<std::uint8_t>(channels + 1);
+    StartImage(state);
     if (const auto failure = SaveImageFile(arguments.output, state.image, console.UsedLanguage()))
         return TellFailure(ExitFile, *failure, arguments, console);
     return ExitDone;

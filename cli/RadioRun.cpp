@@ -70,7 +70,7 @@ bool RadioRun::LoadImage(const std::string &path, AppState &state) {
         return Fail(ExitFile,
                     console_.Phrase(WrongCount, {path, std::to_string(state.image[Address::ChannelCount]),
                                                  std::to_string(MaxChannels)}));
-    TakeGridRowsFromImage(state);
+    FollowImage(state);
     return true;
 }
 

@@ -45,8 +45,13 @@ struct AppState {
     std::uint8_t currentCol = 1;
 };
 
-/// The channel count byte of the image decides the number of grid rows; a byte of 100 or more decides
-/// nothing.
-void TakeGridRowsFromImage(AppState &state);
+/// Replaces the image by a new codeplug with the state's band limits and as many channels as the state has
+/// grid rows for; takes a snapshot.
+void StartImage(AppState &state);
+
+/// Makes band limits and grid rows those of the image, after another one has come into the state. A channel
+/// count of 100 or more keeps the grid rows. The snapshot stays: a file that was opened gets one, a read
+/// none.
+void FollowImage(AppState &state);
 
 } // namespace k470

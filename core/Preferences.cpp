@@ -1,6 +1,5 @@
 #include "core/Preferences.h"
 
-#include "core/Bands.h"
 #include "core/NumberText.h"
 #include "core/Tones.h"
 
@@ -58,10 +57,7 @@ void StartState(AppState &state, const PreferenceStore &store, std::string appFo
     state.appFolder = std::move(appFolder);
     if (!state.appFolder.ends_with(FolderSeparator))
         state.appFolder += FolderSeparator;
-    state.image[Address::ChannelCount] = static_cast<std::uint8_t>(state.gridRows - 1);
-    // A new codeplug keeps the band bytes that it finds, so the band of the preferences goes in before it.
-    StoreBandLimits(state);
-    NewImage(state);
+    StartImage(state);
 }
 
 } // namespace k470

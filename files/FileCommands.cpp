@@ -1,7 +1,6 @@
 #include "files/FileCommands.h"
 
 #include "core/AppState.h"
-#include "core/Bands.h"
 
 #include <utility>
 
@@ -60,8 +59,7 @@ std::optional<LoadFailure> FileCommands::OpenNamed(const std::string &path) {
         return failure;
     }
     TakeSnapshot(state_);
-    LoadBandLimits(state_);
-    TakeGridRowsFromImage(state_);
+    FollowImage(state_);
     if (state_.gridRows != state_.gridRowsLaidOut) {
         view_.RefreshChannelOP();
         state_.gridRowsLaidOut = state_.gridRows;

@@ -1,6 +1,5 @@
 #include "link/CloneSession.h"
 
-#include "core/Bands.h"
 #include "core/ChannelCount.h"
 #include "core/NumberText.h"
 
@@ -302,8 +301,7 @@ void CloneSession::Complete() {
 }
 
 void CloneSession::FinishRead() {
-    LoadBandLimits(state_);
-    TakeGridRowsFromImage(state_);
+    FollowImage(state_);
     view_.RefreshAfterRead();
     const std::vector<int> missing = MissingLines();
     if (!missing.empty())

@@ -65,8 +65,7 @@ protected:
     /// Shows another image, of as many channels as it says.
     void Show(const MemoryImage &image) {
         state.image = image;
-        LoadBandLimits(state);
-        TakeGridRowsFromImage(state);
+        FollowImage(state);
         window->RefreshAll();
     }
 
