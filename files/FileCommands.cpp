@@ -60,13 +60,7 @@ std::optional<LoadFailure> FileCommands::OpenNamed(const std::string &path) {
     }
     TakeSnapshot(state_);
     FollowImage(state_);
-    if (state_.gridRows != state_.gridRowsLaidOut) {
-        view_.RefreshChannelOP();
-        state_.gridRowsLaidOut = state_.gridRows;
-    }
-    view_.RefreshChData();
-    view_.RefreshData();
-    view_.ShowTitle();
+    view_.ShowImage();
     return std::nullopt;
 }
 

@@ -37,14 +37,12 @@ public:
     virtual void TransferFocus() = 0;
     /// Controls into the image; takes a snapshot.
     virtual void CommitEdits() = 0;
-    /// Lays the channel grid out for the grid rows.
-    virtual void RefreshChannelOP() = 0;
     /// Channels from the image.
     virtual void RefreshChData() = 0;
     /// Band and settings from the image.
     virtual void RefreshData() = 0;
-    /// Makes BuildTitle the window's caption.
-    virtual void ShowTitle() = 0;
+    /// The state has another image: its rows, channels, band, settings and caption.
+    virtual void ShowImage() = 0;
 };
 
 /// The commands of the File menu, Exit excepted.

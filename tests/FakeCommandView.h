@@ -37,12 +37,9 @@ public:
         state_.image[0] = committed;
         TakeSnapshot(state_);
     }
-    void RefreshChannelOP() override {
-        Note("RefreshChannelOP", std::to_string(state_.gridRowsLaidOut), std::to_string(state_.gridRows));
-    }
     void RefreshChData() override { Note("RefreshChData"); }
     void RefreshData() override { Note("RefreshData"); }
-    void ShowTitle() override { Note("ShowTitle"); }
+    void ShowImage() override { Note("ShowImage", std::to_string(state_.gridRows)); }
 
     SaveAnswer saveFirst = SaveAnswer::Cancel;
     bool clearAll = false;

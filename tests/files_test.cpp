@@ -258,7 +258,7 @@ TEST_F(FileCommandsTest, AskCommitAndRefreshInTheirOrder) {
     const std::string name = "ChooseSaveFile Untitled.tw\n";
     const std::string first = "TransferFocus\nAskSaveFirst File has been modified, save it now?\n";
     const std::string choose = "ChooseOpenFile\n", saved = first + "TransferFocus\n";
-    const std::string open = choose + "RefreshChannelOP 17: 41\nRefreshChData\nRefreshData\nShowTitle\n";
+    const std::string open = choose + "ShowImage 41\n";
     const std::string noFolder = "Exclamation K470: No such file or directory\n";
     const struct {
         void (FileCommands::*run)();
@@ -309,20 +309,15 @@ TEST_F(FileCommandsTest, AskCommitAndRefreshInTheirOrder) {
     }
 }
 
-TEST_F(FileCommandsTest, AFileByNameLaysRowsOutForItsChannelCountOnly) {
-    for (const auto &[count, rows, log] : {std::tuple{40, 41, "RefreshChannelOP 17: 41\n"},
-                                           {40, 41, ""},
-                                           {99, 100, "RefreshChannelOP 41: 100\n"},
-                                           {100, 100, ""},
-                                           {255, 100, ""}}) {
+TEST_F(FileCommandsTest, AFileByNameBringsTheRowsOfItsChannelCountIfItIsOne) {
+    for (const auto &[count, rows] : {std::pair{40, 41}, {99, 100}, {100, 100}, {255, 100}}) {
         other_[Address::ChannelCount] = static_cast<std::uint8_t>(count);
         Put(In("other.tw"), Encoded(Plain(other_)));
         state_.image[0] = 0x42;
         EXPECT_FALSE(commands_.OpenNamed(In("other.tw")));
-        EXPECT_EQ(TakeLog(), std::string(log) + "RefreshChData\nRefreshData\nShowTitle\n");
+        EXPECT_EQ(TakeLog(), "ShowImage " + std::to_string(rows) + "\n");
         EXPECT_EQ(state_.image, other_);
         EXPECT_EQ(state_.gridRows, rows);
-        EXPECT_EQ(state_.gridRowsLaidOut, rows);
     }
 }
 

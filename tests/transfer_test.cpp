@@ -35,7 +35,7 @@ constexpr std::uint8_t Untouched = 0x77;
 constexpr int Hastened = 2; // ms
 
 /// The transfer window over a real pseudo-terminal, with the simulated radio at its other end.
-class TransferWindow : public QObject, public testing::Test, protected CloneHost {
+class TransferWindow : public QObject, public testing::Test {
 protected:
     TransferWindow() {
         state.language = Language::English;
@@ -58,7 +58,10 @@ protected:
         shownPorts.clear();
         refreshes = 0;
         silencesTimed = 0;
-        frmclone window(state, *this, nullptr);
+        const auto ports = [this] { return table; };
+        frmclone window(state, ports, nullptr);
+        connect(&window, &frmclone::PortChanged, [this] { shownPorts.push_back(state.portNumber); });
+        connect(&window, &frmclone::ImageRead, [this] { ++refreshes; });
         const QSize size = window.sizeHint();
         overtime = window.findChild<QTimer *>("tmrOvertime");
         port = window.findChild<QtSerialPort *>("MSComm1");
@@ -135,10 +138,6 @@ protected:
     static const QProgressBar &Bar(const frmclone &window) {
         return *window.findChild<QProgressBar *>("prgPercent");
     }
-
-    void ShowPort() override { shownPorts.push_back(state.portNumber); }
-    void RefreshAfterRead() override { ++refreshes; }
-    ComPortTable ComPorts() override { return table; }
 
     TempFolder folder;
     AppState state;

@@ -10,8 +10,10 @@
 #include "ui/main/RadioPanel.h"
 #include "ui/main/frmAbout.h"
 #include "ui/main/frmComPort.h"
+#include "ui/main/frmclone.h"
 #include "ui/service/frmAdv.h"
 #include "ui/service/frmMemoryMap.h"
+#include "ui/service/frmSetFreqRange.h"
 #include "ui/shared/FlexGrid.h"
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
@@ -332,7 +334,7 @@ void frmMain::CobFreq_Click(int position) {
     state_.currentBand = static_cast<std::uint8_t>(position);
     if (state_.currentBand == CustomBand) {
         if (state_.refreshDone)
-            frmSetFreqRange(state_, *this, this).exec();
+            AskCustomRange();
         return;
     }
     if (state_.currentBand == state_.previousBand)
@@ -348,6 +350,17 @@ void frmMain::CobFreq_Click(int position) {
         return;
     }
     ChangeBand(state_, state_.currentBand, StandardBands[state_.currentBand]);
+    ShowChangedBand();
+}
+
+void frmMain::AskCustomRange() {
+    frmSetFreqRange dialog(state_, this);
+    connect(&dialog, &frmSetFreqRange::BandChanged, this, &frmMain::ShowChangedBand);
+    dialog.exec();
+}
+
+/// The band has changed, which erases the channels.
+void frmMain::ShowChangedBand() {
     RefreshChData();
     ShowTitle();
 }
@@ -436,12 +449,15 @@ void frmMain::TransferWith(CloneMode mode, int question) {
     if (answer != QMessageBox::Ok)
         return;
     state_.cloneMode = mode;
-    frmclone(state_, *this, this).exec();
+    frmclone window(state_, SystemComPorts, this);
+    connect(&window, &frmclone::PortChanged, this, &frmMain::ShowPort);
+    connect(&window, &frmclone::ImageRead, this, &frmMain::ShowImage);
+    window.exec();
 }
 
 void frmMain::mnuPort_Click() {
     TransferFocus();
-    frmComPort(state_, ComPorts(), this).exec();
+    frmComPort(state_, SystemComPorts(), this).exec();
     ShowPort();
 }
 
@@ -471,7 +487,7 @@ void frmMain::ChannelGrid_MouseUp(Qt::MouseButton button, Qt::KeyboardModifiers 
     frmMemoryMap(state_, this).exec();
 }
 
-void frmMain::RefreshAfterRead() {
+void frmMain::ShowImage() {
     if (state_.gridRows != state_.gridRowsLaidOut) {
         RefreshChannelOP();
         state_.gridRowsLaidOut = state_.gridRows;
@@ -481,12 +497,8 @@ void frmMain::RefreshAfterRead() {
     ShowTitle();
 }
 
-ComPortTable frmMain::ComPorts() {
-    return SystemComPorts();
-}
-
 QString frmMain::PortToolTip() {
-    const ComPortTable table = ComPorts();
+    const ComPortTable table = SystemComPorts();
     const ComPort *port = FindComPort(table, state_.portNumber);
     if (port == nullptr)
         return {};

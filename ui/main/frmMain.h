@@ -4,8 +4,6 @@
 #include "core/Preferences.h"
 #include "files/FileCommands.h"
 #include "ui/main/MenuTable.h"
-#include "ui/main/frmclone.h"
-#include "ui/service/frmSetFreqRange.h"
 
 #include <QMainWindow>
 #include <QTimer>
@@ -25,7 +23,7 @@ class RadioPanel;
 
 /// The main window, which is the program: the channel grid and its editors, band and settings, menus, toolbar
 /// and status bar. It decodes its controls from the image of the state and encodes them back into it.
-class frmMain : public QMainWindow, private FileCommandView, private CloneHost, private RangeHost {
+class frmMain : public QMainWindow, private FileCommandView {
     Q_OBJECT
 
 public:
@@ -45,7 +43,7 @@ public:
     void RefreshAll();
     /// Shows the band in panel 1 of the status bar. @return CaptionText, which is to become the caption
     std::string BuildTitle();
-    void RefreshChannelOP() override;
+    void RefreshChannelOP();
     void RefreshChData() override;
     void RefreshData() override;
     void StoreChannels();
@@ -91,25 +89,25 @@ private:
     void ApplyStatedWidths();
     void PaintToolbar();
 
+    void ShowPort();
     void ApplyCaptions();
     void SetGridHeaders();
     void CollectSettings();
     void CommitEdits() override;
-    void ShowTitle() override;
+    void ShowTitle();
 
     void RefreshBand();
+    void AskCustomRange();
+    void ShowChangedBand();
     void TransferWith(CloneMode mode, int question);
     QString PortToolTip();
 
+    void ShowImage() override;
     SaveAnswer AskSaveFirst(std::string_view text) override;
     bool ConfirmClearAll(std::string_view text, std::string_view title) override;
     void ShowMessage(std::string_view text, Icon icon, std::string_view title) override;
     std::optional<std::string> ChooseOpenFile() override;
     std::optional<std::string> ChooseSaveFile(const std::string &proposed) override;
-
-    void ShowPort() override;
-    void RefreshAfterRead() override;
-    ComPortTable ComPorts() override;
 
     AppState &state_;
     PreferenceStore &store_;

@@ -36,10 +36,9 @@ const DirectionTexts &TextsOf(CloneMode mode) {
 
 } // namespace
 
-frmclone::frmclone(AppState &state, CloneHost &host, QWidget *owner)
-    : QDialog(owner), state_(state), host_(host), prgPercent_(new QProgressBar(this)),
-      lblPercent_(new QLabel(this)), port_([&host] { return host.ComPorts(); }, this),
-      session_(state, port_, timers_, *this) {
+frmclone::frmclone(AppState &state, std::function<ComPortTable()> comPorts, QWidget *owner)
+    : QDialog(owner), state_(state), comPorts_(std::move(comPorts)), prgPercent_(new QProgressBar(this)),
+      lblPercent_(new QLabel(this)), port_(comPorts_, this), session_(state, port_, timers_, *this) {
     setObjectName("frmclone");
     port_.setObjectName("MSComm1");
     for (QTimer *timer : {&timers_.SendTimer(), &timers_.OvertimeTimer()})
@@ -158,7 +157,7 @@ void frmclone::SetPercentLabel(const std::string &text) {
 }
 
 void frmclone::ShowPortNumber() {
-    host_.ShowPort();
+    emit PortChanged();
 }
 
 void frmclone::ShowOpenFailure(const PortFailure &failure) {
@@ -178,7 +177,7 @@ void frmclone::ShowCompleted() {
 }
 
 void frmclone::RefreshAfterRead() {
-    host_.RefreshAfterRead();
+    emit ImageRead();
 }
 
 void frmclone::WarnMissingLines(const std::vector<int> &lines) {
@@ -190,7 +189,7 @@ void frmclone::WarnDisturbedWrite() {
 }
 
 ComPortTable frmclone::ComPorts() {
-    return host_.ComPorts();
+    return comPorts_();
 }
 
 void frmclone::CloseWindow() {

@@ -9,6 +9,7 @@
 #include <QDialog>
 #include <QMessageBox>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,18 +17,6 @@ class QLabel;
 class QProgressBar;
 
 namespace k470 {
-
-/// What the transfer window asks of the main window.
-class CloneHost {
-public:
-    virtual ~CloneHost() = default;
-    /// The state has another port number: show it.
-    virtual void ShowPort() = 0;
-    /// The image holds what was read: show it.
-    virtual void RefreshAfterRead() = 0;
-    /// The system's serial devices now.
-    virtual ComPortTable ComPorts() = 0;
-};
 
 /// The transfer window: runs one clone session in the direction of state.cloneMode from the moment it is
 /// shown, and closes when the session ends. Closed by the user, at any time, it ends the session and closes
@@ -38,14 +27,20 @@ class frmclone : public QDialog, private CloneView {
     Q_OBJECT
 
 public:
-    /// @param host must outlive the window
-    frmclone(AppState &state, CloneHost &host, QWidget *owner);
+    /// @param comPorts the system's serial devices now
+    frmclone(AppState &state, std::function<ComPortTable()> comPorts, QWidget *owner);
     ~frmclone() override;
 
     /// Opens the port and starts from the handshake, unless the window has been closed.
     void TransferDatas();
 
     void done(int result) override;
+
+signals:
+    /// The port search has given the state another port number, or the user the old one back.
+    void PortChanged();
+    /// A read has completed: image, band limits and grid rows of the state are those of the radio.
+    void ImageRead();
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -77,7 +72,7 @@ private:
     void CloseWindow() override;
 
     AppState &state_;
-    CloneHost &host_;
+    std::function<ComPortTable()> comPorts_;
     QProgressBar *prgPercent_;
     QLabel *lblPercent_;
     QtSerialPort port_;

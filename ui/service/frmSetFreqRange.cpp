@@ -40,9 +40,9 @@ constexpr std::array<LimitControls, 2> Limits{{
 
 } // namespace
 
-frmSetFreqRange::frmSetFreqRange(AppState &state, RangeHost &host, QWidget *owner)
+frmSetFreqRange::frmSetFreqRange(AppState &state, QWidget *owner)
     : ServiceDialog("frmSetFreqRange", ClientWidth, ClientHeight, EscapeKey::DoesNothing, owner),
-      state_(state), host_(host) {
+      state_(state) {
     auto *frame = new QFrame(this);
     frame->setObjectName("Frame1");
     frame->setFrameStyle(QFrame::StyledPanel);
@@ -132,8 +132,7 @@ void frmSetFreqRange::cmdOK_Click() {
         if (!ConfirmErase())
             return;
         ChangeBand(state_, CustomBand, limits);
-        host_.RefreshChData();
-        host_.ShowTitle();
+        emit BandChanged();
     }
     accept();
 }

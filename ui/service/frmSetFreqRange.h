@@ -12,23 +12,18 @@ namespace k470 {
 
 class LimitBox;
 
-/// What the range dialog asks of the main window when the band has changed.
-class RangeHost {
-public:
-    virtual ~RangeHost() = default;
-    /// Shows the channels of the image.
-    virtual void RefreshChData() = 0;
-    /// Shows caption and band.
-    virtual void ShowTitle() = 0;
-};
-
 /// The custom frequency range: limits of 130 to 490 MHz, 1 to 100 MHz apart. Once confirmed they become the
 /// band in force, which erases the channels.
 class frmSetFreqRange : public ServiceDialog {
     Q_OBJECT
 
 public:
-    frmSetFreqRange(AppState &state, RangeHost &host, QWidget *owner);
+    frmSetFreqRange(AppState &state, QWidget *owner);
+
+signals:
+    /// The band in force is another one and the channels are erased, in state and image. The dialog is still
+    /// open.
+    void BandChanged();
 
 private:
     void Form_Load();
@@ -44,7 +39,6 @@ private:
     bool ConfirmErase();
 
     AppState &state_;
-    RangeHost &host_;
     std::array<QLabel *, 2> lblFreq_{}; ///< low, high
     std::array<LimitBox *, 2> txtFreq_{};
 };
