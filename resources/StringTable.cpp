@@ -1,6 +1,5 @@
 #include "resources/StringTable.h"
 
-#include <algorithm>
 #include <array>
 
 namespace k470 {
@@ -9,89 +8,60 @@ namespace {
 
 constexpr int ChineseOffset = 1000;
 
+/// A text of the numbered table.
 struct Entry {
-    int id;
-    std::string_view text;
+    int id; ///< of the English text
+    TextPair text;
+    int chineseOffset = ChineseOffset; ///< from the English id to the id of the Chinese text
 };
 
-/// By id.
 constexpr auto Table = std::to_array<Entry>({
-    {1120, "CH."},
-    {1121, "Rx Freq"},
-    {1122, "Tx Freq"},
-    {1123, "Dec"},
-    {1124, "Enc"},
-    {1128, "W/N"},
-    {1129, "BCL"},
-    {1132, "Scan Add"},
-    {1137, "None"},
-    {1139, "Carrier"},
-    {1145, "Wide"},
-    {1146, "Narrow"},
-    {1147, "High"},
-    {1148, "Low"},
-    {1150, "Off"},
-    {1181, "English"},
-    {1182, "Chinese"},
-    {1319, "Incorrect File Type."},
-    {1320, "File has been modified, save it now?"},
-    {1322, "All data will be cleared."},
-    {1370, "Frequency"},
-    {1384, "Compander"},
-    {1495, "Alert!"},
-    {1533, "Scrambler"},
-    {1631, "TX Power"},
-    {1654, "Frequency is out of range"},
-    {1655, "Caution"},
-    {1880, "Write data to radio."},
-    {1881, "Read data from radio."},
-    {1882, "Do you wish to continue?"},
-    {1890, "Yes"},
-    {1891, "No"},
-    {2120, "信道"},
-    {2121, "接收频率"},
-    {2122, "发射频率"},
-    {2123, "解码"},
-    {2124, "编码"},
-    {2128, "宽/窄"},
-    {2129, "繁忙锁定"},
-    {2132, "扫描添加"},
-    {2137, "无"},
-    {2139, "载波"},
-    {2145, "宽带"},
-    {2146, "窄带"},
-    {2147, "高"},
-    {2148, "低"},
-    {2150, "关"},
-    {2181, "英文"},
-    {2182, "中文"},
-    {2319, "文件类型不正确。"},
-    {2320, "文件已被修改，是否保存？"},
-    {2322, "所有数据将被清空。"},
-    {2370, "频段"},
-    {2384, "压扩"},
-    {2495, "警告!"},
-    {2533, "扰频"},
-    {2631, "发射功率"},
-    {2654, "频率超出范围."},
-    {2655, "注意"},
-    {2880, "向对讲机写入数据。"},
-    {2881, "从对讲机读取数据。"},
-    {2882, "是否继续？"},
-    {2890, "有"},
-    {2891, "无"},
-    {10000, "Datas will be Cleared,continue?"},
-    {11000, "数据将被清除，继续？"},
-    {13030, "Frequency is out of range，Please reset."},
-    {13031, "频段超出范围，请重新设定."},
+    {Text::Channel, {"CH.", "信道"}},
+    {Text::RxFreq, {"Rx Freq", "接收频率"}},
+    {Text::TxFreq, {"Tx Freq", "发射频率"}},
+    {Text::Decode, {"Dec", "解码"}},
+    {Text::Encode, {"Enc", "编码"}},
+    {Text::WideNarrow, {"W/N", "宽/窄"}},
+    {Text::BusyLockout, {"BCL", "繁忙锁定"}},
+    {Text::ScanAdd, {"Scan Add", "扫描添加"}},
+    {Text::None, {"None", "无"}},
+    {Text::Carrier, {"Carrier", "载波"}},
+    {Text::Wide, {"Wide", "宽带"}},
+    {Text::Narrow, {"Narrow", "窄带"}},
+    {Text::High, {"High", "高"}},
+    {Text::Low, {"Low", "低"}},
+    {Text::Off, {"Off", "关"}},
+    {Text::English, {"English", "英文"}},
+    {Text::Chinese, {"Chinese", "中文"}},
+    {Text::WrongFileType, {"Incorrect File Type.", "文件类型不正确。"}},
+    {Text::SaveFirst, {"File has been modified, save it now?", "文件已被修改，是否保存？"}},
+    {Text::AllCleared, {"All data will be cleared.", "所有数据将被清空。"}},
+    {Text::Frequency, {"Frequency", "频段"}},
+    {Text::Compander, {"Compander", "压扩"}},
+    {Text::Alert, {"Alert!", "警告!"}},
+    {Text::Scrambler, {"Scrambler", "扰频"}},
+    {Text::TxPower, {"TX Power", "发射功率"}},
+    {Text::OutOfRange, {"Frequency is out of range", "频率超出范围."}},
+    {Text::Caution, {"Caution", "注意"}},
+    {Text::WriteQuestion, {"Write data to radio.", "向对讲机写入数据。"}},
+    {Text::ReadQuestion, {"Read data from radio.", "从对讲机读取数据。"}},
+    {Text::ContinueQuestion, {"Do you wish to continue?", "是否继续？"}},
+    {Text::Yes, {"Yes", "有"}},
+    {Text::No, {"No", "无"}},
+    {Text::DataCleared, {"Datas will be Cleared,continue?", "数据将被清除，继续？"}},
+    {Text::RangeRefused, {"Frequency is out of range，Please reset.", "频段超出范围，请重新设定."}, 1},
 });
 
 } // namespace
 
 std::string_view LoadResString(int id) {
-    const auto found =
-        std::find_if(Table.begin(), Table.end(), [id](const Entry &entry) { return entry.id == id; });
-    return found == Table.end() ? std::string_view() : found->text;
+    for (const auto &[english, text, chineseOffset] : Table) {
+        if (id == english)
+            return text.english;
+        if (id == english + chineseOffset)
+            return text.chinese;
+    }
+    return {};
 }
 
 std::string_view Res(Language language, int n) {
