@@ -34,7 +34,7 @@ std::string BandRange(const MemoryImage &image) {
 std::string ListImage(const MemoryImage &image, Language language) {
     std::vector<TextRow> settings{{std::string(Res(language, Text::Frequency)), BandRange(image)}};
     for (const SettingShape &shape : SettingShapes)
-        settings.push_back({SettingName(shape, language), SettingText(image, shape.setting, language)});
+        settings.push_back({SettingName(shape, language), SettingText(image, shape, language)});
     return FormatTable(ChannelTable(image, language)) + "\n" + FormatTable(settings);
 }
 

@@ -1,6 +1,7 @@
 #include "core/MemoryImage.h"
 
 #include "core/AppState.h"
+#include "core/Settings.h"
 
 #include <algorithm>
 #include <string_view>
@@ -15,24 +16,6 @@ static_assert(DefaultModelText.size() == ModelTextSize);
 constexpr std::uint8_t DefaultSquelchTuning = 0x28;
 constexpr std::uint8_t DefaultNoiseTuning = 0x50;
 constexpr std::uint8_t WriteMarkValue = 0x55;
-
-struct DefaultByte {
-    std::size_t address;
-    std::uint8_t value;
-};
-
-/// The function settings of a new codeplug; the channel count is kept from the old one.
-constexpr std::array<DefaultByte, 9> SettingDefaults{{
-    {Address::Volume, 15},
-    {Address::WorkingChannel, 0},
-    {Address::Scrambler, 0},
-    {Address::Compander, 0},
-    {Address::Voice, 1},
-    {Address::TimeOutTimer, 4},
-    {Address::Squelch, 5},
-    {Address::Beep, 1},
-    {Address::BatterySave, 5},
-}};
 
 void FillRange(MemoryImage &image, std::size_t from, std::size_t end, std::uint8_t value) {
     std::fill(image.begin() + static_cast<std::ptrdiff_t>(from),
@@ -54,9 +37,8 @@ std::span<const std::uint8_t, LineSize> Line(const MemoryImage &image, int line)
 void NewImage(AppState &state) {
     MemoryImage fresh;
     fresh.fill(NotProgrammed);
-    fresh[Address::ChannelCount] = state.image[Address::ChannelCount];
-    for (const auto &[address, value] : SettingDefaults)
-        fresh[address] = value;
+    for (const SettingShape &shape : SettingShapes)
+        fresh[shape.address] = shape.newByte.value_or(state.image[shape.address]);
     std::copy(DefaultModelText.begin(), DefaultModelText.end(), fresh.begin() + Address::ModelText);
     std::copy_n(state.image.begin() + Address::BandLow, 2 * BandLimitSize, fresh.begin() + Address::BandLow);
     FillRange(fresh, Address::TuningArea, Address::NoiseDefaults, DefaultSquelchTuning);

@@ -73,7 +73,6 @@ inline constexpr int LastSettingsLine = 107;
 
 static_assert(ChannelArea + ChannelAreaSize == Address::Volume);
 static_assert(Address::Volume == FirstSettingsLine * LineSize);
-static_assert(Address::BatterySave < Address::EmptyMap);
 static_assert(Address::EmptyMap + BitmapSize == Address::ScanSkipMap);
 static_assert(Address::ScanSkipMap + BitmapSize == Address::ModelText);
 static_assert(Address::ModelText + ModelTextSize == Address::BandLow);

@@ -29,6 +29,10 @@ int CheckEntry(std::uint8_t byte) {
     return byte != 0 ? 1 : 0;
 }
 
+std::vector<std::string> CheckTexts(Language language) {
+    return {std::string(Res(language, Text::No)), std::string(Res(language, Text::Yes))};
+}
+
 int TimeOutEntry(std::uint8_t byte) {
     return UpTo(TimeOutEntries, byte);
 }
@@ -82,7 +86,7 @@ std::optional<std::uint8_t> CountByte(int entry) {
     return static_cast<std::uint8_t>(entry + 1);
 }
 
-std::vector<std::string> CountTexts(Language) {
+std::vector<std::string> ChannelTexts(Language) {
     return NumberEntries(MaxChannels);
 }
 
@@ -93,10 +97,6 @@ int WorkingEntry(std::uint8_t byte) {
 /// An empty list has nothing selected and gives channel 0.
 std::optional<std::uint8_t> WorkingByte(int entry) {
     return static_cast<std::uint8_t>(std::max(entry, 0));
-}
-
-std::vector<std::string> NoTexts(Language) {
-    return {};
 }
 
 int VolumeEntry(std::uint8_t byte) {
@@ -131,95 +131,43 @@ std::vector<std::string> SaveTexts(Language language) {
     return texts;
 }
 
+// Formatted by hand, so that a setting stays one row.
+// clang-format off
+constexpr auto Shapes = std::to_array<SettingShape>({
+    {Address::TimeOutTimer, "Combo1(0)", "Label1(0)", {"Time Out Timer[s]", "超时定时器[秒]"}, 0,
+     "timeOutTimer", {"time-out timer", "超时定时器"}, 4, TimeOutEntry, SameByte, TimeOutTexts},
+    {Address::Squelch, "Combo1(1)", "Label1(1)", {"Squelch Level", "静噪等级"}, 0,
+     "squelch", {"squelch level", "静噪等级"}, 5, SquelchEntry, SameByte, SquelchTexts},
+    {Address::Voice, "Combo1(2)", "Label1(2)", {"Voice Annunciation", "操作语音提示"}, 0,
+     "voice", {"voice annunciation", "操作语音提示"}, 1, VoiceEntry, VoiceByte, VoiceTexts},
+    {Address::ChannelCount, "Combo1(3)", "Label1(3)", {"CHT：", "信道数："}, 0,
+     "channelCount", {"channel count", "信道数"}, std::nullopt, CountEntry, CountByte, ChannelTexts},
+    {Address::WorkingChannel, "Combo1(4)", "Label1(4)", {"Working CH", "工作信道"}, 0,
+     "workingChannel", {"working channel", "工作信道"}, 0, WorkingEntry, WorkingByte, ChannelTexts},
+    {Address::Volume, "Combo1(5)", "Label1(5)", {"Volume", "音量"}, 0,
+     "volume", {"volume", "音量"}, 15, VolumeEntry, SameByte, VolumeTexts},
+    {Address::BatterySave, "Combo1(6)", "Label1(6)", {"Battery Save", "电池省电"}, 0,
+     "batterySave", {"battery save", "电池省电"}, 5, SaveEntry, SaveByte, SaveTexts},
+    {Address::Beep, "Check1(0)", nullptr, {"Beep", "哔音"}, 0,
+     "beep", {"beep", "哔音"}, 1, CheckEntry, SameByte, CheckTexts},
+    {Address::Scrambler, "Check1(2)", nullptr, {"", ""}, Text::Scrambler,
+     "scrambler", {"scrambler", "扰频"}, 0, CheckEntry, SameByte, CheckTexts},
+    {Address::Compander, "Check1(3)", nullptr, {"", ""}, Text::Compander,
+     "compander", {"compander", "压扩"}, 0, CheckEntry, SameByte, CheckTexts},
+});
+// clang-format on
+
+static_assert(std::all_of(Shapes.begin(), Shapes.end(), [](const SettingShape &shape) {
+    return shape.address >= FirstSettingsLine * LineSize && shape.address < Address::EmptyMap;
+}));
+
 } // namespace
 
-const std::array<SettingShape, 10> SettingShapes{{
-    {Setting::TimeOutTimer,
-     Address::TimeOutTimer,
-     "Combo1(0)",
-     "Label1(0)",
-     {"Time Out Timer[s]", "超时定时器[秒]"},
-     0,
-     TimeOutEntry,
-     SameByte,
-     TimeOutTexts},
-    {Setting::Squelch,
-     Address::Squelch,
-     "Combo1(1)",
-     "Label1(1)",
-     {"Squelch Level", "静噪等级"},
-     0,
-     SquelchEntry,
-     SameByte,
-     SquelchTexts},
-    {Setting::Voice,
-     Address::Voice,
-     "Combo1(2)",
-     "Label1(2)",
-     {"Voice Annunciation", "操作语音提示"},
-     0,
-     VoiceEntry,
-     VoiceByte,
-     VoiceTexts},
-    {Setting::ChannelCount,
-     Address::ChannelCount,
-     "Combo1(3)",
-     "Label1(3)",
-     {"CHT：", "信道数："},
-     0,
-     CountEntry,
-     CountByte,
-     CountTexts},
-    {Setting::WorkingChannel,
-     Address::WorkingChannel,
-     "Combo1(4)",
-     "Label1(4)",
-     {"Working CH", "工作信道"},
-     0,
-     WorkingEntry,
-     WorkingByte,
-     NoTexts},
-    {Setting::Volume,
-     Address::Volume,
-     "Combo1(5)",
-     "Label1(5)",
-     {"Volume", "音量"},
-     0,
-     VolumeEntry,
-     SameByte,
-     VolumeTexts},
-    {Setting::BatterySave,
-     Address::BatterySave,
-     "Combo1(6)",
-     "Label1(6)",
-     {"Battery Save", "电池省电"},
-     0,
-     SaveEntry,
-     SaveByte,
-     SaveTexts},
-    {Setting::Beep, Address::Beep, "Check1(0)", nullptr, {"Beep", "哔音"}, 0, CheckEntry, SameByte, NoTexts},
-    {Setting::Scrambler,
-     Address::Scrambler,
-     "Check1(2)",
-     nullptr,
-     {"", ""},
-     Text::Scrambler,
-     CheckEntry,
-     SameByte,
-     NoTexts},
-    {Setting::Compander,
-     Address::Compander,
-     "Check1(3)",
-     nullptr,
-     {"", ""},
-     Text::Compander,
-     CheckEntry,
-     SameByte,
-     NoTexts},
-}};
+constinit const std::span<const SettingShape> SettingShapes(Shapes);
 
-const SettingShape &ShapeOf(Setting setting) {
-    return SettingShapes[static_cast<std::size_t>(setting)];
+const SettingShape &SettingAt(std::size_t address) {
+    return *std::find_if(SettingShapes.begin(), SettingShapes.end(),
+                         [address](const SettingShape &shape) { return shape.address == address; });
 }
 
 std::string SettingCaption(const SettingShape &shape, Language language) {
@@ -247,18 +195,12 @@ std::vector<std::string> NumberEntries(int count) {
     return texts;
 }
 
-std::string SettingText(const MemoryImage &image, Setting setting, Language language) {
-    const SettingShape &shape = ShapeOf(setting);
-    if (setting == Setting::WorkingChannel) {
-        const int channels = GetChannelCount(image).value_or(CountFallback::Shown);
-        const int working = WorkingChannelEntry(image[shape.address], channels);
-        return working == NoEntry ? std::string() : std::to_string(working + 1);
-    }
-    const int entry = shape.toEntry(image[shape.address]);
-    if (shape.label == nullptr)
-        return std::string(Res(language, entry == 1 ? Text::Yes : Text::No));
-    const auto texts = shape.entries(language);
-    return entry == NoEntry ? std::string() : texts[static_cast<std::size_t>(entry)];
+std::string SettingText(const MemoryImage &image, const SettingShape &shape, Language language) {
+    int entry = shape.toEntry(image[shape.address]);
+    if (shape.address == Address::WorkingChannel)
+        entry =
+            WorkingChannelEntry(image[shape.address], GetChannelCount(image).value_or(CountFallback::Shown));
+    return entry == NoEntry ? std::string() : shape.entries(language)[static_cast<std::size_t>(entry)];
 }
 
 void FixWorkingChannel(MemoryImage &image) {

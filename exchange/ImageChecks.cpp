@@ -8,6 +8,7 @@
 #include "core/PackedDecimal.h"
 #include "core/Settings.h"
 #include "core/Tones.h"
+#include "exchange/ImageFields.h"
 
 #include <algorithm>
 #include <array>
@@ -25,7 +26,7 @@ struct FieldShape {
     TextPair name;
 };
 
-constexpr std::array<FieldShape, 17> FieldShapes{{
+constexpr std::array<FieldShape, 7> FieldShapes{{
     {"receiveFrequency", {"receive frequency", "接收频率"}},
     {"transmitFrequency", {"transmit frequency", "发射频率"}},
     {"receiveTone", {"receive tone", "接收亚音"}},
@@ -33,19 +34,7 @@ constexpr std::array<FieldShape, 17> FieldShapes{{
     {"lockout", {"busy channel lockout", "遇忙禁发"}},
     {"option", {"option", "可选"}},
     {"band", {"band", "频段"}},
-    {"timeOutTimer", {"time-out timer", "超时定时器"}},
-    {"squelch", {"squelch level", "静噪等级"}},
-    {"voice", {"voice annunciation", "操作语音提示"}},
-    {"channelCount", {"channel count", "信道数"}},
-    {"workingChannel", {"working channel", "工作信道"}},
-    {"volume", {"volume", "音量"}},
-    {"batterySave", {"battery save", "电池省电"}},
-    {"beep", {"beep", "哔音"}},
-    {"scrambler", {"scrambler", "扰频"}},
-    {"compander", {"compander", "压扩"}},
 }};
-constexpr std::size_t FirstSettingField = 7; // in the order of Setting
-static_assert(FirstSettingField + std::tuple_size_v<decltype(SettingShapes)> == FieldShapes.size());
 
 /// The image under the check and what it has found.
 struct Findings {
@@ -69,19 +58,17 @@ void CheckBand(Findings &findings) {
 /// A byte that its list does not offer shows an entry that gives another byte. A check box takes any.
 bool IsOffered(const SettingShape &shape, const MemoryImage &image) {
     const std::uint8_t byte = image[shape.address];
-    if (shape.setting == Setting::ChannelCount)
+    if (shape.address == Address::ChannelCount)
         return HasChannelCount(image);
-    if (shape.setting == Setting::WorkingChannel)
+    if (shape.address == Address::WorkingChannel)
         return byte < CheckedChannels(image);
-    return shape.label == nullptr || shape.toByte(shape.toEntry(byte)) == byte;
+    return shape.IsCheckBox() || shape.toByte(shape.toEntry(byte)) == byte;
 }
 
 void CheckSettings(Findings &findings) {
     for (const SettingShape &shape : SettingShapes) {
-        const auto position = static_cast<std::size_t>(shape.setting);
         if (!IsOffered(shape, findings.image))
-            findings.Warn(Kind::NotInList, ImageWarning::WholeRadio,
-                          FieldShapes[FirstSettingField + position].field,
+            findings.Warn(Kind::NotInList, ImageWarning::WholeRadio, shape.fileName,
                           std::to_string(findings.image[shape.address]));
     }
     const int working = findings.image[Address::WorkingChannel];
@@ -164,9 +151,11 @@ std::vector<ImageWarning> CheckImage(const MemoryImage &image) {
 }
 
 std::string_view FieldName(const ImageWarning &warning, Language language) {
-    const auto found = std::find_if(FieldShapes.begin(), FieldShapes.end(),
-                                    [&](const FieldShape &shape) { return shape.field == warning.field; });
-    return found == FieldShapes.end() ? warning.field : Pick(language, found->name);
+    for (const FieldShape &shape : FieldShapes) {
+        if (shape.field == warning.field)
+            return Pick(language, shape.name);
+    }
+    return Pick(language, SettingNamed(warning.field).words);
 }
 
 std::string_view WarningText(Kind kind, Language language) {

@@ -32,11 +32,6 @@ constexpr TextPair SegmentNeeded{"a segment from {} is needed", "频段号应为
 constexpr TextPair LevelNeeded{"a level from 0 to 255 is needed", "数值应为 0 至 255"};
 constexpr TextPair Repeated{"there is a row for it already", "已有同名的一行"};
 
-/// Names of the settings in files, in the order of Setting.
-const std::vector<std::string> SettingNames{"timeOutTimer",   "squelch",  "voice",       "channelCount",
-                                            "workingChannel", "volume",   "batterySave", "beep",
-                                            "scrambler",      "compander"};
-
 constexpr std::array<std::size_t, 2> LimitAddresses{Address::BandLow, Address::BandHigh};
 
 const std::array<FieldTableShape, AllTables.size()> Shapes{{
@@ -58,13 +53,13 @@ const std::array<FieldTableShape, AllTables.size()> Shapes{{
     {"tuning", {{"segment", "Segment"}, {"squelch", "Squelch"}, {"noise", "Noise"}}},
 }};
 
-/// The texts of a setting by list position.
-std::vector<std::string> SettingTexts(const SettingShape &shape, Language language) {
-    if (shape.setting == Setting::WorkingChannel)
-        return NumberEntries(MaxChannels);
-    if (shape.label == nullptr)
-        return {std::string(Res(language, Text::No)), std::string(Res(language, Text::Yes))};
-    return shape.entries(language);
+/// Names of the settings in files.
+std::vector<std::string> SettingNames() {
+    std::vector<std::string> names;
+    names.reserve(SettingShapes.size());
+    for (const SettingShape &shape : SettingShapes)
+        names.emplace_back(shape.fileName);
+    return names;
 }
 
 /// A byte that its list does not offer is shown as it is.
@@ -73,7 +68,7 @@ std::string SettingValue(const MemoryImage &image, const SettingShape &shape, La
     const int entry = shape.toEntry(byte);
     if (entry == NoEntry || shape.toByte(entry) != byte)
         return RawText({&byte, 1});
-    return SettingTexts(shape, language)[static_cast<std::size_t>(entry)];
+    return shape.entries(language)[static_cast<std::size_t>(entry)];
 }
 
 /// The ratio of battery save however it is written: "1:4", "4", and what a spreadsheet makes of the time
@@ -94,10 +89,10 @@ std::string RatioText(std::string_view text) {
 std::optional<std::uint8_t> ParseSetting(const SettingShape &shape, const std::string &text) {
     if (const auto bytes = ParseRawText(text, 1))
         return bytes->front();
-    std::string typed = shape.setting == Setting::BatterySave ? RatioText(text) : text;
+    std::string typed = shape.address == Address::BatterySave ? RatioText(text) : text;
     if (const auto number = ParseDecimal(typed, 0)) // scripts write whole numbers as 3.0 too
         typed = std::to_string(*number);
-    const auto position = FindWord(typed, SettingTexts(shape, Language::English));
+    const auto position = FindWord(typed, shape.entries(Language::English));
     return position ? shape.toByte(static_cast<int>(*position)) : std::nullopt;
 }
 
@@ -145,8 +140,7 @@ std::vector<FieldRow> SettingRows(const MemoryImage &image, Language language) {
     rows.reserve(SettingShapes.size());
     for (const SettingShape &shape : SettingShapes)
         rows.push_back(
-            {FieldTable::Settings,
-             {SettingNames[static_cast<std::size_t>(shape.setting)], SettingValue(image, shape, language)}});
+            {FieldTable::Settings, {std::string(shape.fileName), SettingValue(image, shape, language)}});
     return rows;
 }
 
@@ -245,7 +239,7 @@ private:
     }
 
     void TakeSetting(const FieldRow &row) {
-        const auto position = NamePosition(row, SettingNames);
+        const auto position = NamePosition(row, SettingNames());
         const std::string value = row.cells[ValueColumn].value_or("");
         if (!position || value.empty())
             return;
@@ -253,7 +247,7 @@ private:
         if (const auto byte = ParseSetting(shape, value))
             image_[shape.address] = *byte;
         else
-            Refuse(row, {ValueColumn, SettingNeeded, ListText(SettingTexts(shape, Language::English))});
+            Refuse(row, {ValueColumn, SettingNeeded, ListText(shape.entries(Language::English))});
     }
 
     void TakeBand(const FieldRow &row) {
@@ -304,7 +298,7 @@ const FieldTableShape &ShapeOf(FieldTable table) {
 }
 
 const SettingShape &SettingNamed(std::string_view name) {
-    return SettingShapes[FindWord(name, SettingNames).value_or(0)];
+    return SettingShapes[FindWord(name, SettingNames()).value_or(0)];
 }
 
 std::vector<FieldRow> ReadFieldTable(const MemoryImage &image, FieldTable table, Language language) {

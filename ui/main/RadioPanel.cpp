@@ -23,7 +23,7 @@ constexpr auto FullWidthColon = "：";
 constexpr TextPair Notice{"For authorised service of K470 radios.", "供 K470 对讲机授权维护使用。"};
 
 std::size_t IndexOf(const SettingShape &shape) {
-    return static_cast<std::size_t>(shape.setting);
+    return static_cast<std::size_t>(&shape - SettingShapes.data());
 }
 
 /// A caption as an accessible name: without the colon that leads to the control.
@@ -48,7 +48,8 @@ void SelectQuietly(QComboBox *combo, int position) {
 } // namespace
 
 RadioPanel::RadioPanel(AppState &state, QWidget *parent)
-    : QWidget(parent), state_(state), frame3_(new QGroupBox(this)), frame4_(new QGroupBox(this)) {
+    : QWidget(parent), state_(state), frame3_(new QGroupBox(this)), frame4_(new QGroupBox(this)),
+      labels_(SettingShapes.size()), combos_(SettingShapes.size()), checks_(SettingShapes.size()) {
     frame3_->setObjectName("Frame3");
     frame4_->setObjectName("Frame4");
     MakeModelFrame();
@@ -76,7 +77,7 @@ void RadioPanel::MakeModelFrame() {
     grid->addWidget(cobFreq_, 0, 1);
     connect(cobFreq_, &QComboBox::activated, this, &RadioPanel::BandClicked);
 
-    const SettingShape &count = ShapeOf(Setting::ChannelCount);
+    const SettingShape &count = SettingAt(Address::ChannelCount);
     QComboBox *combo = MakeCombo(count, frame3_);
     grid->addWidget(labels_[IndexOf(count)], 1, 0);
     grid->addWidget(combo, 1, 1);
@@ -88,9 +89,9 @@ void RadioPanel::MakeFunctionFrame() {
     grid->setColumnStretch(1, 1);
     int row = 0;
     for (const SettingShape &shape : SettingShapes) {
-        if (shape.setting == Setting::ChannelCount)
+        if (shape.address == Address::ChannelCount)
             continue;
-        if (shape.label != nullptr) {
+        if (!shape.IsCheckBox()) {
             QComboBox *combo = MakeCombo(shape, frame4_);
             grid->addWidget(labels_[IndexOf(shape)], row, 0);
             grid->addWidget(combo, row, 1);
@@ -145,6 +146,8 @@ void RadioPanel::ApplySettingCaptions() {
         }
         labels_[i]->setText(caption);
         combos_[i]->setAccessibleName(SpokenName(caption));
+        if (shape.address == Address::WorkingChannel)
+            continue; // its list follows the channel count
         const QSignalBlocker quiet(combos_[i]);
         WriteEntries(combos_[i], shape.entries(state_.language));
     }
@@ -159,7 +162,7 @@ void RadioPanel::ShowSetting(const SettingShape &shape) {
     const std::uint8_t byte = state_.image[shape.address];
     if (checks_[i] != nullptr)
         checks_[i]->setChecked(shape.toEntry(byte) != 0);
-    else if (shape.setting == Setting::WorkingChannel)
+    else if (shape.address == Address::WorkingChannel)
         SelectQuietly(combos_[i], WorkingChannelEntry(byte, combos_[i]->count()));
     else
         SelectQuietly(combos_[i], shape.toEntry(byte));
@@ -173,11 +176,11 @@ void RadioPanel::CollectSetting(const SettingShape &shape) {
 }
 
 int RadioPanel::ChannelCountEntry() const {
-    return combos_[static_cast<std::size_t>(Setting::ChannelCount)]->currentIndex();
+    return combos_[IndexOf(SettingAt(Address::ChannelCount))]->currentIndex();
 }
 
 void RadioPanel::RebuildWorkingChannels(int channels) {
-    QComboBox *combo = combos_[static_cast<std::size_t>(Setting::WorkingChannel)];
+    QComboBox *combo = combos_[IndexOf(SettingAt(Address::WorkingChannel))];
     const QSignalBlocker quiet(combo);
     combo->clear();
     WriteEntries(combo, NumberEntries(channels));

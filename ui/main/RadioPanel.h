@@ -5,7 +5,7 @@
 
 #include <QWidget>
 
-#include <array>
+#include <vector>
 
 class QCheckBox;
 class QComboBox;
@@ -54,10 +54,10 @@ private:
     QGroupBox *frame4_;
     QLabel *label2_ = nullptr;
     QComboBox *cobFreq_ = nullptr;
-    // By Setting; a setting has a list or a check box.
-    std::array<QLabel *, SettingShapes.size()> labels_{};
-    std::array<QComboBox *, SettingShapes.size()> combos_{};
-    std::array<QCheckBox *, SettingShapes.size()> checks_{};
+    // In the order of SettingShapes; a setting has a list or a check box.
+    std::vector<QLabel *> labels_;
+    std::vector<QComboBox *> combos_;
+    std::vector<QCheckBox *> checks_;
 };
 
 } // namespace k470

@@ -317,7 +317,7 @@ void frmMain::RefreshData() {
     RefreshBand();
     for (const SettingShape &shape : SettingShapes) {
         panel_->ShowSetting(shape);
-        if (shape.setting == Setting::ChannelCount)
+        if (shape.address == Address::ChannelCount)
             Combo1_Click();
     }
 }
@@ -380,7 +380,7 @@ void frmMain::Combo1_Click() {
 void frmMain::CollectSettings() {
     for (const SettingShape &shape : SettingShapes) {
         panel_->CollectSetting(shape);
-        if (shape.setting == Setting::ChannelCount)
+        if (shape.address == Address::ChannelCount)
             state_.gridRows = static_cast<std::uint8_t>(state_.image[shape.address] + 1);
     }
 }
