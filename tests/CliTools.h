@@ -56,9 +56,11 @@ inline QStringList FramesOf(const QString &path) {
     return frames;
 }
 
-/// A codeplug whose second channel is empty and whose line 107 is no other radio's. @param channels 3 or more
+/// A codeplug of a radio that was never written, whose second channel is empty and whose line 107 is no other
+/// radio's. @param channels 3 or more
 inline MemoryImage SampleImage(int channels) {
     MemoryImage image = MakeSampleMemory(channels);
+    image[Address::ChannelCountCopy] = image[Address::WriteMark] = 0xEE;
     StoreRow(image, 1, {}, Language::English);
     Line(image, LastSettingsLine)[5] ^= 0x01;
     return image;
@@ -77,11 +79,13 @@ struct Ending {
     }
 };
 
-/// k470-cli, started. Texts are English unless the arguments or the environment say otherwise.
+/// A program, k470-cli if no other, started. Texts are English unless the arguments or the environment say
+/// otherwise.
 class Cli {
 public:
     explicit Cli(const QStringList &arguments, const Variables &variables = {},
-                 const std::function<void(QProcess &)> &prepare = {}) {
+                 const std::function<void(QProcess &)> &prepare = {},
+                 const QString &program = K470_CLI_PATH) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("LC_ALL", "C.UTF-8");
         for (const QString &name : variables.keys())
@@ -89,7 +93,7 @@ public:
         process_.setProcessEnvironment(environment);
         if (prepare)
             prepare(process_);
-        process_.start(K470_CLI_PATH, arguments);
+        process_.start(program, arguments);
         started_ = process_.waitForStarted(PatienceMs);
     }
     ~Cli() {
@@ -111,6 +115,11 @@ private:
     QProcess process_;
     bool started_ = false;
 };
+
+inline Ending RunProgram(const QString &program, const QStringList &arguments,
+                         const Variables &variables = {}) {
+    return Cli(arguments, variables, {}, program).Wait();
+}
 
 inline Ending RunCli(const QStringList &arguments, const Variables &variables = {}) {
     return Cli(arguments, variables).Wait();

@@ -1,6 +1,5 @@
 #include "tests/CliTools.h"
 
-#include <cstdlib>
 #include <vector>
 
 #include <fcntl.h>
@@ -50,6 +49,7 @@ TEST_F(CliTest, EveryCommandEndsWithItsCodeAndWords) {
     const Variables ports{{"K470_PORTS", "COM7=/dev/radio;COM3=/dev/null"}};
     ExpectEndings({
         {{"--help"}, 0, "\n  6    verify failed", ""},
+        {{"--version"}, 0, K470_VERSION "\n", ""},
         {{"new", "--band", "400-480", "--channels", "3", made}, 0, "", ""},
         {{"check", made}, 1, "working channel  1  channel is empty", ""},
         {{"check", "--json", made}, 1, "\"field\": \"workingChannel\"", ""},
@@ -89,10 +89,16 @@ TEST_F(CliTest, EveryCommandEndsWithItsCodeAndWords) {
 TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
     const QString old = Put("old.bin", OldContent);
     const QString junk = Put("junk.tw", "no codeplug");
-    const QString table = Put("bad.csv", "Channel,Receive MHz\n1,446\n2,x\n");
+    const QString table = Put("bad.csv", "Channel,Receive MHz\n1,446\n2,x\nfoo,\n");
+    const QString odd = Put("odd.csv", "Channel,Receive MHz\n1,\x1B[2J\xFF" + QByteArray(50, 'y') + "\n");
+    const QString order = Put("order.csv", "Band,MHz\nlow,480\nhigh,470\nmid,1\n");
+    const QString nul = Put("nul.csv", QByteArray("Channel\n\0", 9));
+    const QString large = Put("large.json", QByteArray(1 << 20, ' ') + "{}");
+    const QString longer = Put("longer.bin", Bytes(SampleImage(3)) + "x");
     const QString raw = Save("raw.bin", SampleImage(3));
     const QString image = Save("image.json", SampleImage(3));
-    ASSERT_TRUE(QDir().mkdir(In("folder")));
+    const QString link = In("link.json");
+    ASSERT_TRUE(QDir().mkdir(In("folder")) && QFile::link(image, link));
     const QString missing = In("missing");
     const QStringList before = QDir(In("")).entryList(QDir::AllEntries | QDir::Hidden);
     ExpectEndings({
@@ -104,11 +110,24 @@ TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
         {{"pack", junk, In("new.tw")}, 2, "", "must end in .tw"},
         {{"unpack", raw, old}, 2, "", "must end in .tw"},
         {{"new", "--band", "480-400", "--channels", "9", missing}, 2, "", "480-400"},
+        {{"new", "--band", "400-480.05", "--channels", "9", missing}, 2, "", "480.05: no band"},
         {{"new", "--band", "400-480", "--channels", "100", missing}, 2, "", "100"},
         {{"export", raw, missing}, 2, "", ".json or .csv"},
         {{"import", table, raw}, 3, "", "line 3: Receive MHz \"x\""},
         {{"import", "--json", table, raw}, 3, "\"place\": \"line 3\"", "line 3"},
+        {{"import", odd, raw},
+         3,
+         "",
+         "Receive MHz \"\uFFFD[2J\uFFFD" + QString(35, 'y') + "...\": a frequency"},
+        {{"import", order, raw}, 3, "", "below the high one\nk470-cli: " + order + ": line 4: Band \"mid\""},
+        {{"import", nul, raw}, 3, "", "holds a byte 00"},
+        {{"import", large, raw}, 3, "", "larger than 1 MiB"},
+        {{"import", large, missing}, 3, "", "missing: No such file"},
+        {{"import", junk, raw}, 2, "", ".json or .csv"},
+        {{"show", longer}, 3, "", "not an image; 1792 raw bytes"},
         {{"export", image, image}, 3, "", "would overwrite the image"},
+        {{"export", image, link}, 3, "", "would overwrite the image"},
+        {{"export", raw, missing + "/a.csv"}, 3, "", "No such file"},
         {{"show", missing}, 3, "", "missing: No such file"},
         {{"show", "--json", missing}, 3, "\"fileFailed\"", "missing: No such file"},
         {{"check", In("folder")}, 3, "", "folder: Is a directory"},
@@ -160,8 +179,9 @@ TEST(WindowProgram, AnswersItsOptionsWithoutADisplay) {
         int code;
         const char *says;
     };
-    for (const auto &[arguments, code, says] :
-         {Answer{{"--version"}, 0, "1."}, {{"--help"}, 0, "Usage"}, {{"a.tw", "b.tw"}, 2, "Usage"}}) {
+    for (const auto &[arguments, code, says] : {Answer{{"--version"}, 0, K470_VERSION "\n"},
+                                                {{"--help"}, 0, "Usage"},
+                                                {{"a.tw", "b.tw"}, 2, "Usage"}}) {
         QProcess program;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
