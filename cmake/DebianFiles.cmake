@@ -9,6 +9,10 @@ file(READ ${docs}/LICENSE license)
 file(WRITE ${docs}/copyright
     "This package was made by the authors of the program from their own sources.\n\n${license}")
 file(REMOVE ${docs}/LICENSE)
+file(READ ${docs}/README.md readme)
+string(REPLACE "(CHANGELOG.md)" "(changelog.gz)" readme "${readme}")
+string(REPLACE "(LICENSE)" "(copyright)" readme "${readme}")
+file(WRITE ${docs}/README.md "${readme}")
 
 # The date is that of SOURCE_DATE_EPOCH, when it is set.
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)

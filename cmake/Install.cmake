@@ -34,8 +34,10 @@ install(FILES resources/desktop/k470.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mi
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${metainfo} DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES resources/completion/k470-cli DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES docs/man/k470.1 docs/man/k470-cli.1 docs/man/k470-sim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES README.md CHANGELOG.md LICENSE docs/cables.md docs/command-line.md docs/exchange-format.md
-    DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# All that the README links to, in the same places.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN man EXCLUDE)
 
 # scripts/icons has made the pictures from the drawing, so that building needs no renderer.
 set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)

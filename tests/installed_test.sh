@@ -53,8 +53,11 @@ icons=icons/hicolor
 for file in applications/k470.desktop mime/packages/k470.xml metainfo/example.k470.k470.metainfo.xml \
     $icons/scalable/apps/k470.svg $icons/{16x16,22x22,24x24,32x32,48x48,64x64,128x128,256x256}/apps/k470.png \
     bash-completion/completions/k470-cli man/man1/{k470,k470-cli,k470-sim}.1.gz \
-    doc/k470/{README.md,cables.md,copyright,changelog.gz}; do
+    doc/k470/{README.md,copyright,changelog.gz}; do
     [ -s "$share/$file" ] || fail "$share/$file is missing"
+done
+for link in $(grep -oE '\]\([^):]+\)' "$share/doc/k470/README.md" | tr -d '])('); do
+    [ -s "$share/doc/k470/$link" ] || fail "the installed README links to $link, which is not there"
 done
 for program in k470 k470-cli k470-sim; do
     [ "$(command -v $program)" = "$root/usr/bin/$program" ] || fail "$program is not found"
