@@ -1,8 +1,8 @@
 #include "ui/main/ChannelEditors.h"
 
 #include "core/Tones.h"
+#include "ui/main/ChannelGrid.h"
 #include "ui/shared/CellEditor.h"
-#include "ui/shared/FlexGrid.h"
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
 #include "ui/shared/Twips.h"
@@ -56,7 +56,7 @@ bool HoldsFocus(const QWidget *editor) {
 
 } // namespace
 
-ChannelEditors::ChannelEditors(AppState &state, FlexGrid *grid)
+ChannelEditors::ChannelEditors(AppState &state, ChannelGrid *grid)
     : QObject(grid), state_(state), grid_(grid), txtChannel_(new QLineEdit(grid->parentWidget())) {
     txtChannel_->setObjectName("TxtChannel");
     txtChannel_->setMaxLength(MaxFrequencyLength);
@@ -101,18 +101,6 @@ void ChannelEditors::FillToneList() {
     tones->addItems(ToQt(state_.toneList)); // at once: each insertion costs time at the start
 }
 
-RowTexts ChannelEditors::Row(int row) const {
-    RowTexts texts;
-    for (int col = ColRxFreq; col < GridCols; ++col)
-        texts[static_cast<std::size_t>(col)] = FromQt(grid_->CellText(row, col));
-    return texts;
-}
-
-void ChannelEditors::SetRow(int row, const RowTexts &texts) {
-    for (int col = ColRxFreq; col < GridCols; ++col)
-        grid_->SetCellText(row, col, ToQt(texts[static_cast<std::size_t>(col)]));
-}
-
 void ChannelEditors::ChannelGrid_EnterCell(int row, int col) {
     state_.currentRow = static_cast<std::uint8_t>(row);
     state_.currentCol = static_cast<std::uint8_t>(col);
@@ -122,23 +110,17 @@ void ChannelEditors::ChannelGrid_Scroll() {
     TransferFocus();
 }
 
-void ChannelEditors::CorrectColumn(int row) {
-    const int entered = EnteredColumn(Row(row), grid_->Col());
-    if (entered != grid_->Col())
-        grid_->SetCurrent(row, entered);
-}
-
 void ChannelEditors::ChannelGrid_MouseUp(Qt::MouseButton button) {
     if (button != Qt::LeftButton || grid_->Row() == 0)
         return;
-    CorrectColumn(grid_->Row());
+    grid_->CorrectColumn(grid_->Row());
     OpenCellEditor();
 }
 
 void ChannelEditors::ChannelGrid_KeyPress(const QString &text) {
     if (grid_->Row() == 0)
         return;
-    CorrectColumn(state_.currentRow);
+    grid_->CorrectColumn(state_.currentRow);
     const bool startsNumber = text.size() == 1 && (text == "." || (text >= "0" && text <= "9"));
     if (text == EnterKey) {
         OpenCellEditor();
@@ -256,17 +238,17 @@ void ChannelEditors::TxtChannel_Validate(Warning warning) {
 }
 
 void ChannelEditors::setChannelRx(int row, const QString &typed, Warning warning) {
-    RowTexts texts = Row(row);
+    RowTexts texts = grid_->TextsOf(row);
     if (SetRowRx(texts, FromQt(typed), state_))
         WarnOutOfRange(warning);
-    SetRow(row, texts);
+    grid_->SetTexts(row, texts);
 }
 
 void ChannelEditors::setChannelTx(int row, const QString &typed, Warning warning) {
-    RowTexts texts = Row(row);
+    RowTexts texts = grid_->TextsOf(row);
     if (SetRowTx(texts, FromQt(typed), state_))
         WarnOutOfRange(warning);
-    SetRow(row, texts);
+    grid_->SetTexts(row, texts);
 }
 
 void ChannelEditors::WarnOutOfRange(Warning warning) {
@@ -287,31 +269,11 @@ void ChannelEditors::CboChannel_Validate(int index) {
     HideEditor();
 }
 
-void ChannelEditors::AdvanceFromFrequency() {
-    grid_->SetCurrent(row_, col_ + 1);
-}
-
-void ChannelEditors::AdvanceFromChoice() {
-    int row = row_;
-    int col = col_;
-    do {
-        if (col == ColRxTone && grid_->CellText(row, ColTxTone).isEmpty()) {
-            col = ColPower;
-        } else if (col == GridCols - 1) {
-            col = ColRxFreq;
-            row = row == grid_->Rows() - 1 ? 1 : row + 1;
-        } else {
-            ++col;
-        }
-    } while (grid_->ColWidth(col) == 0);
-    grid_->SetCurrent(row, col);
-}
-
 bool ChannelEditors::TxtChannel_KeyPress(const QString &key) {
     if (key == EnterKey) {
         TxtChannel_Validate();
         grid_->setFocus();
-        AdvanceFromFrequency();
+        grid_->AdvanceFromFrequency(row_, col_);
         return true;
     }
     if (!IsPrintable(key))
@@ -325,7 +287,7 @@ bool ChannelEditors::CboChannel_KeyPress(int index, const QString &key) {
     if (key == EnterKey) {
         CboChannel_Validate(index);
         grid_->setFocus();
-        AdvanceFromChoice();
+        grid_->AdvanceFromChoice(row_, col_);
         return true;
     }
     if (index != ToneEditor || !IsPrintable(key))
@@ -353,7 +315,7 @@ bool ChannelEditors::eventFilter(QObject *watched, QEvent *event) {
         if (event->type() == QEvent::Resize && open_ != nullptr)
             PlaceEditor();
         if (event->type() == QEvent::KeyPress && IsSilentKey(*static_cast<QKeyEvent *>(event)))
-            CorrectColumn(state_.currentRow);
+            grid_->CorrectColumn(state_.currentRow);
         return false;
     }
     if (watched == grid_->parentWidget() && event->type() == QEvent::Wheel) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/AppState.h"
-#include "core/ChannelRows.h"
 
 #include <QObject>
 
@@ -12,7 +11,7 @@ class QLineEdit;
 
 namespace k470 {
 
-class FlexGrid;
+class ChannelGrid;
 
 /// The editors that are laid over a cell of the channel grid: a text box for frequencies, a combo box for
 /// tones and one for every other setting. At most one is open. They change the grid's texts, never the image.
@@ -21,7 +20,7 @@ class ChannelEditors : public QObject {
 
 public:
     /// @param grid the channel grid; the editors become its siblings
-    ChannelEditors(AppState &state, FlexGrid *grid);
+    ChannelEditors(AppState &state, ChannelGrid *grid);
 
     /// Puts the tone list of the state into the tone editor.
     void FillToneList();
@@ -34,10 +33,6 @@ public:
     /// Ends an open edit, taking its value over; the focus stays where it is.
     void EndOpenEdit();
 
-    /// The texts of a grid row. @param row 1 and up
-    RowTexts Row(int row) const;
-    void SetRow(int row, const RowTexts &texts);
-
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -46,7 +41,6 @@ private:
     enum class Warning { AtOnce, Later };
 
     void ConnectGrid();
-    void CorrectColumn(int row);
     void ChannelGrid_EnterCell(int row, int col);
     void ChannelGrid_Scroll();
     void ChannelGrid_KeyPress(const QString &text);
@@ -68,12 +62,10 @@ private:
     bool TxtChannel_KeyPress(const QString &key);
     bool CboChannel_KeyPress(int index, const QString &key);
     bool EditorKey(QWidget *editor, int key, const QString &text);
-    void AdvanceFromFrequency();
-    void AdvanceFromChoice();
     void WarnOutOfRange(Warning warning);
 
     AppState &state_;
-    FlexGrid *grid_;
+    ChannelGrid *grid_;
     QLineEdit *txtChannel_;
     std::array<QComboBox *, 2> cboChannel_;
     QWidget *open_ = nullptr; ///< the editor that is open

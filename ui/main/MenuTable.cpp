@@ -1,8 +1,21 @@
 #include "ui/main/MenuTable.h"
 
 #include "ui/main/frmMain.h"
+#include "ui/shared/Texts.h"
+#include "ui/shared/ThemedIcon.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <QToolBar>
 
 namespace k470 {
+
+namespace {
+
+constexpr int ToolIconSize = 24; // pixels
+
+} // namespace
 
 using Main = frmMain; // keeps each row on one line
 
@@ -37,5 +50,62 @@ const std::array<ToolButton, 8> frmMain::ToolTable{{
     {"Write", {"Write", "写频"}, &Main::mnuWrite_Click},
     {"About", {"About", "关于"}, &Main::mnuHelp_About_Click},
 }};
+
+void frmMain::MakeMenus() {
+    for (const MenuItem &item : MenuTable) {
+        auto *menu = item.menu != nullptr ? findChild<QMenu *>(item.menu) : nullptr;
+        if (menu == nullptr) {
+            menuBar()->addMenu(new QMenu(this))->menu()->setObjectName(item.name);
+            continue;
+        }
+        QAction *action = item.command != nullptr ? menu->addAction(QString()) : menu->addSeparator();
+        action->setObjectName(item.name);
+        if (item.command == nullptr)
+            continue;
+        action->setShortcut(QKeySequence(item.shortcut));
+        connect(action, &QAction::triggered, this, item.command);
+    }
+}
+
+void frmMain::MakeToolbar() {
+    auto *toolbar = new QToolBar(this);
+    toolbar->setObjectName("tlbActions");
+    toolbar->setMovable(false);
+    toolbar->setIconSize(QSize(ToolIconSize, ToolIconSize));
+    addToolBar(toolbar);
+    for (const ToolButton &button : ToolTable) {
+        QAction *action = toolbar->addAction(QString());
+        action->setObjectName(QString("tlbActions_") + button.key);
+        connect(action, &QAction::triggered, this, [this, &button] { tlbActions_ButtonClick(button); });
+        const bool endsGroup = qstrcmp(button.key, "Print") == 0 || qstrcmp(button.key, "Write") == 0;
+        if (endsGroup)
+            toolbar->addSeparator();
+        if (auto *widget = toolbar->widgetForAction(action))
+            widget->setFocusPolicy(Qt::TabFocus);
+    }
+    PaintToolbar();
+}
+
+void frmMain::PaintToolbar() {
+    for (const ToolButton &button : ToolTable) {
+        auto *action = findChild<QAction *>(QString("tlbActions_") + button.key);
+        action->setIcon(ThemedIcon(QString(":/icons/%1.svg").arg(QString(button.key).toLower()), palette()));
+    }
+}
+
+void frmMain::ApplyMenuCaptions() {
+    for (const MenuItem &item : MenuTable) {
+        const QString caption = PickText(state_.language, item.caption);
+        if (item.menu == nullptr)
+            findChild<QMenu *>(item.name)->setTitle(caption);
+        else if (item.command != nullptr)
+            findChild<QAction *>(item.name)->setText(caption);
+    }
+    for (const ToolButton &button : ToolTable) {
+        auto *action = findChild<QAction *>(QString("tlbActions_") + button.key);
+        action->setText(PickText(state_.language, button.toolTip));
+        action->setToolTip(PickText(state_.language, button.toolTip));
+    }
+}
 
 } // namespace k470

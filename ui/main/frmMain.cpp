@@ -4,51 +4,30 @@
 #include "core/ChannelRows.h"
 #include "core/Settings.h"
 #include "core/Title.h"
-#include "link/QtComPorts.h"
 #include "ui/main/ChannelEditors.h"
-#include "ui/main/LanguageForm.h"
+#include "ui/main/ChannelGrid.h"
 #include "ui/main/RadioPanel.h"
-#include "ui/main/frmAbout.h"
-#include "ui/main/frmComPort.h"
+#include "ui/main/StatusBar.h"
 #include "ui/main/frmclone.h"
-#include "ui/service/frmAdv.h"
 #include "ui/service/frmMemoryMap.h"
 #include "ui/service/frmSetFreqRange.h"
-#include "ui/shared/FlexGrid.h"
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
-#include "ui/shared/ThemedIcon.h"
 #include "ui/shared/Twips.h"
 #include "ui/shared/Wheel.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QFileDialog>
 #include <QFrame>
 #include <QHBoxLayout>
-#include <QHelpEvent>
 #include <QLabel>
-#include <QMenu>
-#include <QMenuBar>
 #include <QScreen>
-#include <QSignalBlocker>
-#include <QStatusBar>
-#include <QToolBar>
-#include <QToolTip>
-
-#include <cstdio>
+#include <QTimer>
 
 namespace k470 {
 
 namespace {
-
-constexpr int HeaderHeight = 500; // twips
-constexpr int HeaderPoints = 10;
-constexpr int NumberPoints = 12;
-constexpr QRgb HeaderColour = qRgb(0x13, 0x3A, 0x95);
-constexpr QRgb NumberColour = qRgb(0, 0, 0xFF);
 
 /// Widths in twips of the window and of what holds the grid; from WideRows rows on there is a scroll bar
 /// beside it.
@@ -65,7 +44,6 @@ constexpr int LeastHeight = 6900;
 constexpr int FrameRoom = 48;   // pixels of the screen's height for a title bar and borders
 constexpr int EndInterval = 50; // ms between two looks whether a write is done
 constexpr int Margin = 8;       // pixels
-constexpr int ToolIconSize = 24;
 
 /// The normal height, or less where the screen has no room for it. The system's frame round the window is not
 /// known before it is shown.
@@ -87,7 +65,8 @@ frmMain::frmMain(AppState &state, PreferenceStore &store)
     MakeMenus();
     MakeToolbar();
     MakeCentre();
-    MakeStatusBar();
+    statusBar_ = new StatusBar(state_, this);
+    setStatusBar(statusBar_);
     // The session may end the program without another word.
     connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &frmMain::Form_Unload, Qt::DirectConnection);
     Form_Load();
@@ -96,7 +75,7 @@ frmMain::frmMain(AppState &state, PreferenceStore &store)
 void frmMain::Form_Load() {
     StartState(state_, store_, FromQt(QCoreApplication::applicationDirPath()));
     editors_->FillToneList();
-    LayOutGrid();
+    grid_->LayOut(state_.gridRows);
     resize(width(), StartHeight(*this));
     RefreshChannelOP();
     RefreshAll();
@@ -119,96 +98,12 @@ void frmMain::MakeCentre() {
 void frmMain::MakeGrid() {
     frame1_ = new QFrame(centralWidget());
     frame1_->setObjectName("Frame1");
-    grid_ = new FlexGrid(1, 0, frame1_);
-    grid_->setObjectName("ChannelGrid");
+    grid_ = new ChannelGrid(frame1_);
     auto *layout = new QHBoxLayout(frame1_);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(grid_);
     editors_ = new ChannelEditors(state_, grid_);
     connect(grid_, &FlexGrid::CellMouseUp, this, &frmMain::ChannelGrid_MouseUp);
-}
-
-void frmMain::LayOutGrid() {
-    grid_->SetRows(state_.gridRows);
-    grid_->SetCols(GridCols);
-    grid_->SetRowHeight(0, HeaderHeight);
-    for (int col = 0; col < GridCols; ++col) {
-        grid_->SetColWidth(col, ChannelColumns[static_cast<std::size_t>(col)].width);
-        grid_->SetCellColor(0, col, QColor(HeaderColour));
-        grid_->SetCellFontSize(0, col, HeaderPoints);
-    }
-    for (int row = 1; row < state_.gridRows; ++row)
-        grid_->SetCellColor(row, ColNumber, QColor(NumberColour));
-}
-
-void frmMain::MakeMenus() {
-    for (const MenuItem &item : MenuTable) {
-        auto *menu = item.menu != nullptr ? findChild<QMenu *>(item.menu) : nullptr;
-        if (menu == nullptr) {
-            menuBar()->addMenu(new QMenu(this))->menu()->setObjectName(item.name);
-            continue;
-        }
-        QAction *action = item.command != nullptr ? menu->addAction(QString()) : menu->addSeparator();
-        action->setObjectName(item.name);
-        if (item.command == nullptr)
-            continue;
-        action->setShortcut(QKeySequence(item.shortcut));
-        connect(action, &QAction::triggered, this, item.command);
-    }
-}
-
-void frmMain::MakeToolbar() {
-    auto *toolbar = new QToolBar(this);
-    toolbar->setObjectName("tlbActions");
-    toolbar->setMovable(false);
-    toolbar->setIconSize(QSize(ToolIconSize, ToolIconSize));
-    addToolBar(toolbar);
-    for (const ToolButton &button : ToolTable) {
-        QAction *action = toolbar->addAction(QString());
-        action->setObjectName(QString("tlbActions_") + button.key);
-        connect(action, &QAction::triggered, this, [this, &button] { tlbActions_ButtonClick(button); });
-        const bool endsGroup = qstrcmp(button.key, "Print") == 0 || qstrcmp(button.key, "Write") == 0;
-        if (endsGroup)
-            toolbar->addSeparator();
-        if (auto *widget = toolbar->widgetForAction(action))
-            widget->setFocusPolicy(Qt::TabFocus);
-    }
-    PaintToolbar();
-}
-
-void frmMain::PaintToolbar() {
-    for (const ToolButton &button : ToolTable) {
-        auto *action = findChild<QAction *>(QString("tlbActions_") + button.key);
-        action->setIcon(ThemedIcon(QString(":/icons/%1.svg").arg(QString(button.key).toLower()), palette()));
-    }
-}
-
-void frmMain::MakeStatusBar() {
-    statusBar()->setObjectName("MSBar");
-    statusBar()->setSizeGripEnabled(true);
-    constexpr std::array<int, 4> Stretch{2, 2, 4, 1};
-    for (std::size_t i = 0; i < panels_.size(); ++i) {
-        panels_[i] = new QLabel(statusBar());
-        panels_[i]->setObjectName(QString("MSBar(%1)").arg(i + 1));
-        statusBar()->addWidget(panels_[i], Stretch[i]);
-    }
-    panels_[1]->installEventFilter(this);
-    panels_[3]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    time_.setObjectName("Time");
-    connect(&time_, &QTimer::timeout, this, &frmMain::Time_Timer);
-    time_.start(1);
-    Time_Timer();
-}
-
-/// The tick comes every millisecond; all but one in a thousand end at the comparison.
-void frmMain::Time_Timer() {
-    const std::time_t now = std::time(nullptr);
-    if (now == shownTime_)
-        return;
-    shownTime_ = now;
-    std::tm local{};
-    localtime_r(&now, &local);
-    panels_[3]->setText(QString::asprintf("%02d:%02d:%02d", local.tm_hour, local.tm_min, local.tm_sec));
 }
 
 void frmMain::RefreshAll() {
@@ -222,18 +117,7 @@ void frmMain::RefreshAll() {
 }
 
 void frmMain::ApplyCaptions() {
-    for (const MenuItem &item : MenuTable) {
-        const QString caption = PickText(state_.language, item.caption);
-        if (item.menu == nullptr)
-            findChild<QMenu *>(item.name)->setTitle(caption);
-        else if (item.command != nullptr)
-            findChild<QAction *>(item.name)->setText(caption);
-    }
-    for (const ToolButton &button : ToolTable) {
-        auto *action = findChild<QAction *>(QString("tlbActions_") + button.key);
-        action->setText(PickText(state_.language, button.toolTip));
-        action->setToolTip(PickText(state_.language, button.toolTip));
-    }
+    ApplyMenuCaptions();
     panel_->ApplyBandCaptions();
     panel_->ApplySettingCaptions();
     constexpr TextPair Channels{"Channels", "信道"};
@@ -242,12 +126,11 @@ void frmMain::ApplyCaptions() {
 }
 
 void frmMain::SetGridHeaders() {
-    for (int col = 0; col < GridCols; ++col)
-        grid_->SetCellText(0, col, ToQt(ColumnHeader(col, state_.language)));
+    grid_->SetHeaders(state_.language);
 }
 
 std::string frmMain::BuildTitle() {
-    panels_[0]->setText(ToQt(BandCaption(state_)));
+    statusBar_->ShowBand();
     return CaptionText(state_);
 }
 
@@ -257,7 +140,7 @@ void frmMain::ShowTitle() {
 }
 
 void frmMain::ShowPort() {
-    panels_[1]->setText(ToQt(PortText(state_)));
+    statusBar_->ShowPort();
 }
 
 void frmMain::TransferFocus() {
@@ -288,29 +171,20 @@ void frmMain::RefreshChannelOP() {
         const WindowWidths &widths = state_.gridRows < WideRows ? NarrowLayout : WideLayout;
         resize(TwipsToPixels(widths.window, this), height());
     }
-    // Rows that go and the first cell that becomes current may scroll the grid; that ends no edit and takes
-    // no focus.
-    const QSignalBlocker quiet(grid_);
-    grid_->SetRows(state_.gridRows);
-    grid_->SetCols(GridCols);
-    for (int row = 1; row < state_.gridRows; ++row) {
-        grid_->SetCellText(row, ColNumber, QString::number(row));
-        grid_->SetCellFontSize(row, ColNumber, NumberPoints);
-    }
-    grid_->SetCurrent(1, 1);
+    grid_->SetChannelRows(state_.gridRows);
     state_.currentRow = 1;
     state_.currentCol = 1;
 }
 
 void frmMain::RefreshChData() {
     for (int row = 1; row < state_.gridRows; ++row)
-        editors_->SetRow(row, RowFromRecord(state_.image, row - 1, state_.language));
+        grid_->SetTexts(row, RowFromRecord(state_.image, row - 1, state_.language));
 }
 
 void frmMain::StoreChannels() {
     editors_->EndOpenEdit();
     for (int row = 1; row < state_.gridRows; ++row)
-        StoreRow(state_.image, row - 1, editors_->Row(row), state_.language);
+        StoreRow(state_.image, row - 1, grid_->TextsOf(row), state_.language);
 }
 
 void frmMain::RefreshData() {
@@ -392,93 +266,6 @@ void frmMain::CommitEdits() {
     TakeSnapshot(state_);
 }
 
-void frmMain::tlbActions_ButtonClick(const ToolButton &button) {
-    TransferFocus();
-    (this->*button.command)();
-}
-
-// The file commands end an open edit themselves.
-void frmMain::mnuFile_New_Click() {
-    files_.New();
-}
-
-void frmMain::mnuFile_Open_Click() {
-    files_.Open();
-}
-
-void frmMain::mnuFile_Save_Click() {
-    files_.Save();
-}
-
-void frmMain::mnuFile_SaveAs_Click() {
-    files_.SaveAs();
-}
-
-void frmMain::mnuFile_Exit_Click() {
-    TransferFocus();
-    close();
-}
-
-void frmMain::OpenNamed(const std::string &path) {
-    const auto failure = files_.OpenNamed(path);
-    if (!failure || failure->kind != LoadFailure::Kind::Unreadable)
-        return;
-    std::fprintf(stderr, "k470: %s: %s\n", path.c_str(), failure->text.c_str());
-    constexpr TextPair CannotOpen{"Cannot open ", "无法打开 "};
-    ShowMessage(std::string(Pick(state_.language, CannotOpen)) + path + "\n" + failure->text,
-                Icon::Exclamation, ModelWord);
-}
-
-void frmMain::mnuRead_Click() {
-    TransferFocus();
-    TransferWith(CloneMode::Read, Text::ReadQuestion);
-}
-
-void frmMain::mnuWrite_Click() {
-    TransferFocus();
-    CommitEdits();
-    PrepareForWrite(state_.image);
-    TransferWith(CloneMode::Write, Text::WriteQuestion);
-}
-
-void frmMain::TransferWith(CloneMode mode, int question) {
-    const QString text =
-        ResText(state_.language, question) + "\n" + ResText(state_.language, Text::ContinueQuestion);
-    const auto answer =
-        k470::ShowMessage(this, QMessageBox::Question, "", text, QMessageBox::Ok | QMessageBox::Cancel);
-    if (answer != QMessageBox::Ok)
-        return;
-    state_.cloneMode = mode;
-    frmclone window(state_, SystemComPorts, this);
-    connect(&window, &frmclone::PortChanged, this, &frmMain::ShowPort);
-    connect(&window, &frmclone::ImageRead, this, &frmMain::ShowImage);
-    window.exec();
-}
-
-void frmMain::mnuPort_Click() {
-    TransferFocus();
-    frmComPort(state_, SystemComPorts(), this).exec();
-    ShowPort();
-}
-
-void frmMain::mnuLanguage_Click() {
-    TransferFocus();
-    CommitEdits();
-    LanguageForm(state_, this).exec();
-    RefreshAll();
-}
-
-void frmMain::mnuAdvanded_Click() {
-    TransferFocus();
-    CommitEdits();
-    frmAdv(state_, this).exec();
-}
-
-void frmMain::mnuHelp_About_Click() {
-    TransferFocus();
-    frmAbout(state_, this).exec();
-}
-
 void frmMain::ChannelGrid_MouseUp(Qt::MouseButton button, Qt::KeyboardModifiers modifiers) {
     if (button != Qt::RightButton || modifiers != MemoryMapKeys)
         return;
@@ -495,54 +282,6 @@ void frmMain::ShowImage() {
     RefreshChData();
     RefreshData();
     ShowTitle();
-}
-
-QString frmMain::PortToolTip() {
-    const ComPortTable table = SystemComPorts();
-    const ComPort *port = FindComPort(table, state_.portNumber);
-    if (port == nullptr)
-        return {};
-    return ToQt(port->description.empty() ? port->device : port->device + "\n" + port->description);
-}
-
-FileCommandView::SaveAnswer frmMain::AskSaveFirst(std::string_view text) {
-    const auto answer = k470::ShowMessage(this, QMessageBox::Warning, "", ToQt(text),
-                                          QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
-    if (answer == QMessageBox::Yes)
-        return SaveAnswer::Yes;
-    return answer == QMessageBox::No ? SaveAnswer::No : SaveAnswer::Cancel;
-}
-
-bool frmMain::ConfirmClearAll(std::string_view text, std::string_view title) {
-    return k470::ShowMessage(this, QMessageBox::Warning, ToQt(title), ToQt(text),
-                             QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel) == QMessageBox::Ok;
-}
-
-void frmMain::ShowMessage(std::string_view text, Icon icon, std::string_view title) {
-    k470::ShowMessage(this, icon == Icon::Critical ? QMessageBox::Critical : QMessageBox::Warning,
-                      ToQt(title), ToQt(text));
-}
-
-std::optional<std::string> frmMain::ChooseOpenFile() {
-    QFileDialog dialog(this);
-    dialog.setObjectName("FileDialog");
-    dialog.setNameFilter(ToQt(FileFilter));
-    dialog.setFileMode(QFileDialog::ExistingFile);
-    if (dialog.exec() != QDialog::Accepted)
-        return std::nullopt;
-    return FromQt(dialog.selectedFiles().front());
-}
-
-std::optional<std::string> frmMain::ChooseSaveFile(const std::string &proposed) {
-    QFileDialog dialog(this);
-    dialog.setObjectName("FileDialog");
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setNameFilter(ToQt(FileFilter));
-    dialog.setDefaultSuffix(ToQt(FileExtension.substr(1)));
-    dialog.selectFile(ToQt(proposed));
-    if (dialog.exec() != QDialog::Accepted)
-        return std::nullopt;
-    return FromQt(dialog.selectedFiles().front());
 }
 
 void frmMain::Form_Unload() {
@@ -576,14 +315,6 @@ void frmMain::changeEvent(QEvent *event) {
     if (event->type() == QEvent::PaletteChange && panel_ != nullptr)
         PaintToolbar();
     QMainWindow::changeEvent(event);
-}
-
-bool frmMain::eventFilter(QObject *watched, QEvent *event) {
-    if (watched == panels_[1] && event->type() == QEvent::ToolTip) {
-        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), PortToolTip(), panels_[1]);
-        return true;
-    }
-    return QMainWindow::eventFilter(watched, event);
 }
 
 } // namespace k470

@@ -6,20 +6,18 @@
 #include "ui/main/MenuTable.h"
 
 #include <QMainWindow>
-#include <QTimer>
 
 #include <array>
-#include <ctime>
 
 class QFrame;
 class QHBoxLayout;
-class QLabel;
 
 namespace k470 {
 
 class ChannelEditors;
-class FlexGrid;
+class ChannelGrid;
 class RadioPanel;
+class StatusBar;
 
 /// The main window, which is the program: the channel grid and its editors, band and settings, menus, toolbar
 /// and status bar. It decodes its controls from the image of the state and encodes them back into it.
@@ -51,7 +49,6 @@ public:
 protected:
     void closeEvent(QCloseEvent *event) override;
     void changeEvent(QEvent *event) override;
-    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     static const std::array<MenuItem, 18> MenuTable;
@@ -72,7 +69,6 @@ private:
     void mnuAdvanded_Click();
     void mnuHelp_About_Click();
     void tlbActions_ButtonClick(const ToolButton &button);
-    void Time_Timer();
     /// The user chose from the band list, be it the position that was selected already.
     void CobFreq_Click(int position);
     /// The user chose from Combo1(3), the channel count. The other lists of the array wait for the commit.
@@ -84,13 +80,12 @@ private:
     void MakeCentre();
     void MakeMenus();
     void MakeToolbar();
-    void MakeStatusBar();
-    void LayOutGrid();
     void ApplyStatedWidths();
     void PaintToolbar();
 
     void ShowPort();
     void ApplyCaptions();
+    void ApplyMenuCaptions();
     void SetGridHeaders();
     void CollectSettings();
     void CommitEdits() override;
@@ -100,7 +95,6 @@ private:
     void AskCustomRange();
     void ShowChangedBand();
     void TransferWith(CloneMode mode, int question);
-    QString PortToolTip();
 
     void ShowImage() override;
     SaveAnswer AskSaveFirst(std::string_view text) override;
@@ -113,13 +107,11 @@ private:
     PreferenceStore &store_;
     FileCommands files_;
     QFrame *frame1_ = nullptr;
-    FlexGrid *grid_ = nullptr;
+    ChannelGrid *grid_ = nullptr;
     ChannelEditors *editors_ = nullptr;
     RadioPanel *panel_ = nullptr;
     QHBoxLayout *centre_ = nullptr;
-    std::array<QLabel *, 4> panels_{}; ///< of the status bar MSBar
-    QTimer time_{this};
-    std::time_t shownTime_ = 0;
+    StatusBar *statusBar_ = nullptr;
 };
 
 } // namespace k470
