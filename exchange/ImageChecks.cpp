@@ -4,10 +4,10 @@
 #include "core/ChannelCount.h"
 #include "core/ChannelRows.h"
 #include "core/Channels.h"
-#include "core/HexCells.h"
 #include "core/PackedDecimal.h"
 #include "core/Settings.h"
 #include "core/Tones.h"
+#include "exchange/FieldTexts.h"
 #include "exchange/ImageFields.h"
 
 #include <algorithm>
@@ -31,7 +31,7 @@ constexpr std::array<FieldShape, 7> FieldShapes{{
     {"transmitFrequency", {"transmit frequency", "发射频率"}},
     {"receiveTone", {"receive tone", "接收亚音"}},
     {"transmitTone", {"transmit tone", "发射亚音"}},
-    {"lockout", {"busy channel lockout", "遇忙禁发"}},
+    {"lockout", {"busy channel lockout", "繁忙锁定"}},
     {"option", {"option", "可选"}},
     {"band", {"band", "频段"}},
 }};
@@ -52,29 +52,30 @@ void CheckBand(Findings &findings) {
     const auto [low, high] = findings.band;
     if (!std::all_of(bytes.begin(), bytes.end(), IsPackedDecimal) || low < LowestFrequency ||
         high > HighestFrequency || !IsSpanAllowed(findings.band))
-        findings.Warn(Kind::NoBand, ImageWarning::WholeRadio, "band", HexText(bytes));
+        findings.Warn(Kind::NoBand, ImageWarning::WholeRadio, "band",
+                      LimitText(findings.image, 0) + " - " + LimitText(findings.image, 1));
 }
 
-/// A byte that its list does not offer shows an entry that gives another byte. A check box takes any.
-bool IsOffered(const SettingShape &shape, const MemoryImage &image) {
+/// Whether a radio would work with the setting. A check box takes any byte.
+bool IsSound(const SettingShape &shape, const MemoryImage &image) {
     const std::uint8_t byte = image[shape.address];
-    if (shape.address == Address::ChannelCount)
-        return HasChannelCount(image);
     if (shape.address == Address::WorkingChannel)
         return byte < CheckedChannels(image);
-    return shape.IsCheckBox() || shape.toByte(shape.toEntry(byte)) == byte;
+    return shape.IsCheckBox() || IsOffered(shape, byte);
 }
 
 void CheckSettings(Findings &findings) {
+    const auto warn = [&findings](Kind kind, const SettingShape &shape) {
+        findings.Warn(kind, ImageWarning::WholeRadio, shape.fileName,
+                      SettingValue(findings.image, shape, Language::English));
+    };
     for (const SettingShape &shape : SettingShapes) {
-        if (!IsOffered(shape, findings.image))
-            findings.Warn(Kind::NotInList, ImageWarning::WholeRadio, shape.fileName,
-                          std::to_string(findings.image[shape.address]));
+        if (!IsSound(shape, findings.image))
+            warn(Kind::NotInList, shape);
     }
     const int working = findings.image[Address::WorkingChannel];
     if (working < CheckedChannels(findings.image) && IsEmptyChannel(findings.image, working))
-        findings.Warn(Kind::EmptyWorkingChannel, ImageWarning::WholeRadio, "workingChannel",
-                      std::to_string(working + 1));
+        warn(Kind::EmptyWorkingChannel, SettingAt(Address::WorkingChannel));
 }
 
 void CheckFrequency(Findings &findings, int ch, Field which) {
@@ -85,7 +86,7 @@ void CheckFrequency(Findings &findings, int ch, Field which) {
             Line(findings.image, ch)
                 .subspan(which == Field::Rx ? Record::RxFreq : Record::TxFreq, Record::FreqSize);
         if (std::find(bytes.begin(), bytes.end(), NotProgrammed) == bytes.end())
-            findings.Warn(Kind::NoFrequency, ch, field, HexText(bytes));
+            findings.Warn(Kind::NoFrequency, ch, field, RawText(bytes));
         return;
     }
     if (frequency->Megahertz() < findings.band.low || frequency->Megahertz() > findings.band.high)
@@ -100,20 +101,21 @@ void CheckTone(Findings &findings, int ch, Field which) {
         const auto bytes =
             Line(findings.image, ch).subspan(which == Field::Rx ? Record::RxTone : Record::TxTone, 2);
         findings.Warn(Kind::UnknownTone, ch, which == Field::Rx ? "receiveTone" : "transmitTone",
-                      text.empty() ? HexText(bytes) : text);
+                      text.empty() ? RawText(bytes) : text);
     }
 }
 
 /// Bits that stand for none of the choices show the first one, and storing what is shown changes them.
 void CheckChoices(Findings &findings, int ch) {
     MemoryImage stored = findings.image;
-    StoreRow(stored, ch, RowFromRecord(stored, ch, Language::English), Language::English);
+    const RowTexts shown = RowFromRecord(stored, ch, Language::English);
+    StoreRow(stored, ch, shown, Language::English);
     const unsigned flags = Line(findings.image, ch)[Record::Flags];
     const unsigned changed = flags ^ Line(stored, ch)[Record::Flags];
     if ((changed & Record::LockoutMask) != 0)
-        findings.Warn(Kind::NotInList, ch, "lockout", std::to_string(flags & Record::LockoutMask));
+        findings.Warn(Kind::NoChoice, ch, "lockout", shown[ColLockout]);
     if ((changed & Record::OptionMask) != 0)
-        findings.Warn(Kind::NotInList, ch, "option", std::to_string(flags & Record::OptionMask));
+        findings.Warn(Kind::NoChoice, ch, "option", shown[ColOption]);
 }
 
 void CheckChannel(Findings &findings, int ch) {
@@ -159,12 +161,13 @@ std::string_view FieldName(const ImageWarning &warning, Language language) {
 }
 
 std::string_view WarningText(Kind kind, Language language) {
-    constexpr std::array<TextPair, 8> Texts{{
+    constexpr std::array<TextPair, 9> Texts{{
         {"outside the band", "超出频段"},
         {"on neither the 5 nor the 6.25 kHz raster", "不在 5 kHz 或 6.25 kHz 频率步进上"},
         {"no frequency", "不是有效频率"},
         {"no tone that the radio knows", "不是有效亚音"},
         {"out of range", "超出范围"},
+        {"shown for bits that no choice has", "其数据位无对应选项，按此显示"},
         {"channel is empty", "信道为空"},
         {"no band: 130 to 490 MHz, 1 to 100 MHz wide",
          "不是有效频段：须在 130 至 490 MHz 之间，宽度 1 至 100 MHz"},

@@ -16,7 +16,8 @@ struct ImageWarning {
         OffRaster,           ///< a frequency on neither the 5 nor the 6.25 kHz raster
         NoFrequency,         ///< bytes that are no packed decimal and not erased
         UnknownTone,         ///< a word of no known kind or outside its range
-        NotInList,           ///< a value that its list does not offer
+        NotInList,           ///< a setting that its list does not offer
+        NoChoice,            ///< bits of a channel that no choice has; the value is the choice shown for them
         EmptyWorkingChannel, ///< the radio would start on a channel without a frequency
         NoBand,              ///< limits that no band has
         BeyondCount,         ///< a programmed channel that no write sends
@@ -26,7 +27,7 @@ struct ImageWarning {
     Kind kind;
     int channel = WholeRadio; ///< 0 to 98
     std::string_view field;   ///< the name for machines, such as "receiveFrequency"
-    std::string value;        ///< as shown, else the bytes in hexadecimal
+    std::string value;        ///< as files have it, in English; bytes that are none in the form "0x1234"
     bool operator==(const ImageWarning &) const = default;
 };
 

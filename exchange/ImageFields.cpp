@@ -62,15 +62,6 @@ std::vector<std::string> SettingNames() {
     return names;
 }
 
-/// A byte that its list does not offer is shown as it is.
-std::string SettingValue(const MemoryImage &image, const SettingShape &shape, Language language) {
-    const std::uint8_t byte = image[shape.address];
-    const int entry = shape.toEntry(byte);
-    if (entry == NoEntry || shape.toByte(entry) != byte)
-        return RawText({&byte, 1});
-    return shape.entries(language)[static_cast<std::size_t>(entry)];
-}
-
 /// The ratio of battery save however it is written: "1:4", "4", and what a spreadsheet makes of the time
 /// 1:04, "01:04:00". Any other text comes back as it is.
 std::string RatioText(std::string_view text) {
@@ -106,11 +97,6 @@ bool HasLimits(const MemoryImage &image) {
     const auto low = BandLimit::DecodeExactly(LimitBytes(image, 0));
     const auto high = BandLimit::DecodeExactly(LimitBytes(image, 1));
     return low && high && *low < *high;
-}
-
-std::string LimitText(const MemoryImage &image, std::size_t limit) {
-    const auto bytes = LimitBytes(image, limit);
-    return HasLimits(image) ? FormatDecimal(BandLimit::Decode(bytes), BandDecimals) : RawText(bytes);
 }
 
 bool TakeLimit(MemoryImage &image, std::size_t limit, const std::string &text) {
@@ -299,6 +285,23 @@ const FieldTableShape &ShapeOf(FieldTable table) {
 
 const SettingShape &SettingNamed(std::string_view name) {
     return SettingShapes[FindWord(name, SettingNames()).value_or(0)];
+}
+
+bool IsOffered(const SettingShape &shape, std::uint8_t byte) {
+    const int entry = shape.toEntry(byte);
+    return entry != NoEntry && shape.toByte(entry) == byte;
+}
+
+std::string SettingValue(const MemoryImage &image, const SettingShape &shape, Language language) {
+    const std::uint8_t byte = image[shape.address];
+    if (!IsOffered(shape, byte))
+        return RawText({&byte, 1});
+    return shape.entries(language)[static_cast<std::size_t>(shape.toEntry(byte))];
+}
+
+std::string LimitText(const MemoryImage &image, std::size_t limit) {
+    const auto bytes = LimitBytes(image, limit);
+    return HasLimits(image) ? FormatDecimal(BandLimit::Decode(bytes), BandDecimals) : RawText(bytes);
 }
 
 std::vector<FieldRow> ReadFieldTable(const MemoryImage &image, FieldTable table, Language language) {

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -54,6 +55,17 @@ inline constexpr std::array<std::string_view, 2> LimitNames{"low", "high"};
 
 /// The setting of that name in files, which must be one.
 const SettingShape &SettingNamed(std::string_view name);
+
+/// Whether a setting's list offers the byte: the entry shown for it gives the same byte back.
+bool IsOffered(const SettingShape &shape, std::uint8_t byte);
+
+/// A setting's value as files have it: the text of its list, "0x" and two digits for a byte that it does not
+/// offer.
+std::string SettingValue(const MemoryImage &image, const SettingShape &shape, Language language);
+
+/// A band limit as files have it: MHz with one decimal, "0x" and four digits when the two limits are none.
+/// @param limit position in LimitNames
+std::string LimitText(const MemoryImage &image, std::size_t limit);
 
 struct FieldRow {
     FieldTable table{};

@@ -53,18 +53,18 @@ TEST(CheckImage, NamesEachFaultWithItsChannelAndField) {
         {"a sound image", {}, {}},
         {"a digit that is none",
          {{Start + 3, 0x4A}},
-         {{Kind::NoFrequency, Ch, "receiveFrequency", "00 00 37 4A"}}},
+         {{Kind::NoFrequency, Ch, "receiveFrequency", "0x0000374A"}}},
         {"no transmit frequency, whose tone counts no more",
          {{Start + Record::TxFreq, 0xFF}, {Start + Record::TxTone + 1, 0x50}},
          {}},
         {"an unknown kind of tone",
          {{Start + Record::RxTone + 1, 0x50}},
-         {{Kind::UnknownTone, Ch, "receiveTone", "ED 50"}}},
+         {{Kind::UnknownTone, Ch, "receiveTone", "0xED50"}}},
         {"a tone below the range",
          {{Start + Record::TxTone, 0x57}, {Start + Record::TxTone + 1, 0x02}},
          {{Kind::UnknownTone, Ch, "transmitTone", "59.9"}}},
-        {"a fourth lockout", {{Start + Record::Flags, 0x07}}, {{Kind::NotInList, Ch, "lockout", "3"}}},
-        {"a fourth option", {{Start + Record::Flags, 0x0E}}, {{Kind::NotInList, Ch, "option", "12"}}},
+        {"a fourth lockout", {{Start + Record::Flags, 0x07}}, {{Kind::NoChoice, Ch, "lockout", "Off"}}},
+        {"a fourth option", {{Start + Record::Flags, 0x0E}}, {{Kind::NoChoice, Ch, "option", "Off"}}},
         {"a channel marked empty", {{Start, 0xAA}, {Address::EmptyMap, 1U << Ch}}, {}},
         {"a channel beyond the count",
          {{Address::ChannelCount, Channels - 1}},
@@ -74,12 +74,12 @@ TEST(CheckImage, NamesEachFaultWithItsChannelAndField) {
           {Address::Squelch, 10},
           {Address::BatterySave, 12},
           {Address::Beep, 0xFF}},
-         {{Kind::NotInList, Radio, "timeOutTimer", "41"},
-          {Kind::NotInList, Radio, "squelch", "10"},
-          {Kind::NotInList, Radio, "batterySave", "12"}}},
+         {{Kind::NotInList, Radio, "timeOutTimer", "0x29"},
+          {Kind::NotInList, Radio, "squelch", "0x0A"},
+          {Kind::NotInList, Radio, "batterySave", "0x0C"}}},
         {"a working channel that there is not",
          {{Address::WorkingChannel, Channels}},
-         {{Kind::NotInList, Radio, "workingChannel", "20"}}},
+         {{Kind::NotInList, Radio, "workingChannel", "21"}}},
         {"an empty working channel",
          {{Address::WorkingChannel, Ch}, {Address::EmptyMap, 1U << Ch}},
          {{Kind::EmptyWorkingChannel, Radio, "workingChannel", "5"}}}};
@@ -94,7 +94,7 @@ TEST(CheckImage, NamesEachFaultWithItsChannelAndField) {
 TEST(CheckImage, NamesLimitsInTheWrongOrder) {
     MemoryImage image = MakeSampleMemory(0);
     std::swap(image[Address::BandLow], image[Address::BandHigh]);
-    EXPECT_EQ(CheckImage(image).front(), (ImageWarning{Kind::NoBand, Radio, "band", "48 00 40 00"}));
+    EXPECT_EQ(CheckImage(image).front(), (ImageWarning{Kind::NoBand, Radio, "band", "0x4800 - 0x4000"}));
 }
 
 TEST(CheckImage, LooksIntoEveryChannelWhenTheCountIsNone) {
