@@ -30,6 +30,9 @@ struct FieldColumn {
 struct FieldTableShape {
     std::string_view member;          ///< of the table in JSON
     std::vector<FieldColumn> columns; ///< the first one names the row
+
+    /// Whether a row is a name and one value.
+    bool IsPairs() const { return columns.size() == 2; }
 };
 const FieldTableShape &ShapeOf(FieldTable table);
 

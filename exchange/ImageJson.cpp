@@ -6,6 +6,8 @@
 #include "exchange/JsonText.h"
 
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <utility>
@@ -18,12 +20,10 @@ constexpr const char *FormatMember = "format";
 constexpr const char *FormatName = "k470";
 constexpr const char *VersionMember = "version";
 constexpr int FormatVersion = 1;
-constexpr std::size_t DeepestLevel = 8;
 
 constexpr TextPair InvalidPlace{"line {}, column {}", "第 {} 行第 {} 列"};
 constexpr TextPair NoJson{"no valid JSON", "不是有效的 JSON"};
 constexpr TextPair NumberTooLarge{"the number is too large", "数字过大"};
-constexpr TextPair TooDeep{"lists and objects are nested too deeply", "嵌套层次过多"};
 constexpr TextPair ObjectNeeded{"an object is needed", "应为对象"};
 constexpr TextPair ListNeeded{"a list is needed", "应为列表"};
 constexpr TextPair ValueNeeded{"a text, a number, true, false or null is needed",
@@ -32,173 +32,114 @@ constexpr TextPair MemberUnknown{"no such member", "没有这样的成员"};
 constexpr TextPair MemberRepeated{"there is a member of this name already", "已有同名的成员"};
 constexpr TextPair FormatNeeded{"{} is needed", "应为 {}"};
 
-/// A value of a document, numbers as they are written.
-struct JsonNode {
-    enum class Kind { Scalar, Object, List };
-    Kind kind = Kind::Scalar;
-    std::string name{}; ///< in an object
-    std::string text{};
-    std::vector<JsonNode> children{};
+/// The members of an object in the order of the file. Unlike the library's own objects it keeps members of
+/// the same name, so that they can be refused.
+template <class Key, class T, class Less = std::less<Key>,
+          class Allocator = std::allocator<std::pair<const Key, T>>>
+struct Members : nlohmann::ordered_map<Key, T, Less, Allocator> {
+    using nlohmann::ordered_map<Key, T, Less, Allocator>::ordered_map;
+    T &operator[](const Key &name) { return this->emplace_back(name, T()).second; }
 };
+using Document = nlohmann::basic_json<Members>;
 
-/// Builds the nodes of a document. Unlike the library's own it keeps what a number looks like and members of
-/// the same name, and says where an error is.
-class NodeBuilder : public nlohmann::json_sax<Json> {
-public:
-    explicit NodeBuilder(JsonNode &root) : root_(root) {}
-
-    bool null() override { return AddText(""); }
-    bool boolean(bool value) override { return AddText(value ? "Yes" : "No"); }
-    bool number_integer(number_integer_t value) override { return AddText(std::to_string(value)); }
-    bool number_unsigned(number_unsigned_t value) override { return AddText(std::to_string(value)); }
-    bool number_float(number_float_t, const string_t &written) override {
-        // The library writes the locale's decimal separator into it.
-        std::string text = written;
-        std::replace(text.begin(), text.end(), ',', '.');
-        return AddText(text);
-    }
-    bool string(string_t &value) override { return AddText(value); }
-    bool binary(binary_t &) override { return false; }
-    bool start_object(std::size_t) override { return Open(JsonNode::Kind::Object); }
-    bool key(string_t &name) override {
-        name_ = name;
-        return true;
-    }
-    bool end_object() override { return Close(); }
-    bool start_array(std::size_t) override { return Open(JsonNode::Kind::List); }
-    bool end_array() override { return Close(); }
-    bool parse_error(std::size_t position, const std::string &,
-                     const nlohmann::detail::exception &error) override {
-        constexpr int OutOfRange = 406;
-        errorAt_ = position;
-        reason_ = error.id == OutOfRange ? NumberTooLarge : NoJson;
-        return false;
-    }
-
-    /// Where the document was given up, counted from 1; nothing when that was at no particular place.
-    std::optional<std::size_t> ErrorAt() const { return errorAt_; }
-    /// Why it was.
-    const TextPair &Reason() const { return reason_; }
-
-private:
-    JsonNode &Add(JsonNode node) {
-        node.name = std::exchange(name_, {});
-        if (open_.empty())
-            return root_ = std::move(node);
-        return open_.back()->children.emplace_back(std::move(node));
-    }
-
-    bool AddText(std::string text) {
-        Add({.text = std::move(text)});
-        return true;
-    }
-
-    bool Open(JsonNode::Kind kind) {
-        open_.push_back(&Add({.kind = kind}));
-        return open_.size() <= DeepestLevel;
-    }
-
-    bool Close() {
-        open_.pop_back();
-        return true;
-    }
-
-    JsonNode &root_;
-    std::vector<JsonNode *> open_; ///< only the last one gets children, so that the others stay in place
-    std::string name_;
-    std::optional<std::size_t> errorAt_;
-    TextPair reason_ = TooDeep;
-};
+/// What a cell says; "" for null and for what is no cell.
+std::string CellText(const Document &value) {
+    if (value.is_boolean())
+        return value.get<bool>() ? "Yes" : "No";
+    if (value.is_number())
+        return value.dump();
+    return value.is_string() ? value.get<std::string>() : std::string();
+}
 
 /// Takes the rows out of a document.
 class DocumentReader {
 public:
-    ReadFields Read(const JsonNode &root) {
-        if (root.kind != JsonNode::Kind::Object) {
-            Refuse("", root, ObjectNeeded);
+    ReadFields Read(const Document &root) {
+        if (!root.is_object()) {
+            Refuse("", "", root, ObjectNeeded);
             return std::move(result_);
         }
-        std::set<std::string_view> names;
-        for (const JsonNode &member : root.children) {
-            if (!TakeMember(member))
-                Refuse("", member, MemberUnknown);
-            else if (!names.insert(member.name).second)
-                Refuse("", member, MemberRepeated);
+        std::set<std::string> names;
+        for (const auto &[name, value] : root.items()) {
+            if (!TakeMember(name, value))
+                Refuse("", name, value, MemberUnknown);
+            else if (!names.insert(name).second)
+                Refuse("", name, value, MemberRepeated);
         }
         return std::move(result_);
     }
 
 private:
-    void Refuse(std::string place, const JsonNode &node, const TextPair &reason,
+    void Refuse(std::string place, const std::string &name, const Document &value, const TextPair &reason,
                 const std::string &detail = {}) {
-        result_.problems.push_back({{order_, std::move(place)}, node.name, node.text, reason, detail});
+        result_.problems.push_back({{order_, std::move(place)}, name, CellText(value), reason, detail});
     }
 
     /// @return false when there is no such member
-    bool TakeMember(const JsonNode &member) {
+    bool TakeMember(const std::string &name, const Document &value) {
         ++order_;
-        const bool isFormat = member.name == FormatMember;
-        if (isFormat || member.name == VersionMember) {
+        const bool isFormat = name == FormatMember;
+        if (isFormat || name == VersionMember) {
             const std::string needed = isFormat ? FormatName : std::to_string(FormatVersion);
-            if (member.kind != JsonNode::Kind::Scalar || member.text != needed)
-                Refuse("", member, FormatNeeded, needed);
+            if (CellText(value) != needed)
+                Refuse("", name, value, FormatNeeded, needed);
             return true;
         }
         for (const FieldTable table : AllTables) {
-            if (member.name != ShapeOf(table).member)
+            if (name != ShapeOf(table).member)
                 continue;
-            if (table == FieldTable::Settings || table == FieldTable::Band)
-                TakePairs(member, table);
+            if (ShapeOf(table).IsPairs())
+                TakePairs(name, value, table);
             else
-                TakeList(member, table);
+                TakeList(name, value, table);
             return true;
         }
         return false;
     }
 
     /// An object whose members are rows of a name and a value.
-    void TakePairs(const JsonNode &node, FieldTable table) {
-        if (node.kind != JsonNode::Kind::Object)
-            return Refuse("", node, ObjectNeeded);
-        for (const JsonNode &child : node.children) {
+    void TakePairs(const std::string &tableName, const Document &pairs, FieldTable table) {
+        if (!pairs.is_object())
+            return Refuse("", tableName, pairs, ObjectNeeded);
+        for (const auto &[name, value] : pairs.items()) {
             ++order_;
-            if (child.kind == JsonNode::Kind::Scalar)
-                result_.rows.push_back(
-                    {table, {child.name, child.text}, {order_, node.name + "." + child.name}});
+            if (value.is_primitive())
+                result_.rows.push_back({table, {name, CellText(value)}, {order_, tableName + "." + name}});
             else
-                Refuse(node.name, child, ValueNeeded);
+                Refuse(tableName, name, value, ValueNeeded);
         }
     }
 
-    void TakeList(const JsonNode &node, FieldTable table) {
-        if (node.kind != JsonNode::Kind::List)
-            return Refuse("", node, ListNeeded);
-        for (std::size_t i = 0; i < node.children.size(); ++i) {
+    void TakeList(const std::string &tableName, const Document &list, FieldTable table) {
+        if (!list.is_array())
+            return Refuse("", tableName, list, ListNeeded);
+        for (std::size_t i = 0; i < list.size(); ++i) {
             ++order_;
-            const std::string place = node.name + "[" + std::to_string(i) + "]";
-            if (node.children[i].kind == JsonNode::Kind::Object)
-                TakeRow(node.children[i], table, place);
+            const std::string place = tableName + "[" + std::to_string(i) + "]";
+            if (list[i].is_object())
+                TakeRow(list[i], table, place);
             else
-                Refuse(place, node.children[i], ObjectNeeded);
+                Refuse(place, "", list[i], ObjectNeeded);
         }
     }
 
-    void TakeRow(const JsonNode &node, FieldTable table, const std::string &place) {
+    void TakeRow(const Document &object, FieldTable table, const std::string &place) {
         const std::vector<FieldColumn> &columns = ShapeOf(table).columns;
         FieldRow row{table, FieldCells(columns.size()), {order_, place}};
-        for (const JsonNode &cell : node.children) {
-            const auto column = std::find_if(columns.begin(), columns.end(),
-                                             [&cell](const FieldColumn &c) { return c.member == cell.name; });
+        for (const auto &[name, value] : object.items()) {
+            const auto column =
+                std::find_if(columns.begin(), columns.end(),
+                             [&member = name](const FieldColumn &c) { return c.member == member; });
             if (column == columns.end()) {
-                Refuse(place, cell, MemberUnknown);
+                Refuse(place, name, value, MemberUnknown);
                 continue;
             }
             std::optional<std::string> &text = row.cells[static_cast<std::size_t>(column - columns.begin())];
-            if (cell.kind != JsonNode::Kind::Scalar)
-                Refuse(place, cell, ValueNeeded);
+            if (!value.is_primitive())
+                Refuse(place, name, value, ValueNeeded);
             else if (text)
-                Refuse(place, cell, MemberRepeated);
-            text = cell.text;
+                Refuse(place, name, value, MemberRepeated);
+            text = CellText(value);
         }
         result_.rows.push_back(std::move(row));
     }
@@ -258,11 +199,10 @@ Json ListAsJson(const std::vector<FieldRow> &rows, FieldTable table) {
 
 Json DifferenceAsJson(const FieldDifference &difference) {
     const FieldTableShape &shape = ShapeOf(difference.table);
-    const bool isPair = difference.table == FieldTable::Settings || difference.table == FieldTable::Band;
     Json row{{"table", MemberName(shape.member)}};
-    if (!isPair)
+    if (!shape.IsPairs())
         row[MemberName(shape.columns.front().member)] = ValueOf(difference.row);
-    row["field"] = isPair ? difference.row : MemberName(shape.columns[difference.column].member);
+    row["field"] = shape.IsPairs() ? difference.row : MemberName(shape.columns[difference.column].member);
     row["first"] = ValueOf(difference.first);
     row["second"] = ValueOf(difference.second);
     return row;
@@ -274,23 +214,25 @@ std::string FieldsAsJson(const std::vector<FieldRow> &rows) {
     Json document{{FormatMember, FormatName}, {VersionMember, FormatVersion}};
     for (const FieldTable table :
          {FieldTable::Band, FieldTable::Settings, FieldTable::Channels, FieldTable::Tuning}) {
-        const bool isPairs = table == FieldTable::Settings || table == FieldTable::Band;
         document[MemberName(ShapeOf(table).member)] =
-            isPairs ? PairsAsJson(rows, table) : ListAsJson(rows, table);
+            ShapeOf(table).IsPairs() ? PairsAsJson(rows, table) : ListAsJson(rows, table);
     }
     return DumpJson(document);
 }
 
 ReadFields FieldsFromJson(std::string_view text, Language language) {
-    JsonNode root;
-    NodeBuilder builder(root);
-    if (Json::sax_parse(text.begin(), text.end(), &builder))
-        return DocumentReader().Read(root);
-    const auto position = builder.ErrorAt();
-    const FieldPlace place = position ? PlaceInText(text, *position, language) : FieldPlace();
-    ReadFields nothing;
-    nothing.problems.push_back({place, "", "", builder.Reason()});
-    return nothing;
+    const auto refused = [](const FieldPlace &place, const TextPair &reason) {
+        ReadFields nothing;
+        nothing.problems.push_back({place, "", "", reason});
+        return nothing;
+    };
+    try {
+        return DocumentReader().Read(Document::parse(text));
+    } catch (const Document::parse_error &error) {
+        return refused(PlaceInText(text, error.byte, language), NoJson);
+    } catch (const Document::out_of_range &) { // a number; the library does not say which
+        return refused({}, NumberTooLarge);
+    }
 }
 
 std::string DifferencesAsJson(const std::vector<FieldDifference> &fields, const std::vector<ByteRun> &bytes) {

@@ -239,7 +239,7 @@ TEST(Exchange, NamesEveryBadRowWithItsPlaceAndChangesNothing) {
         {JsonForm, "[]", " : "},
         {JsonForm, "{\n \"channels\": [\n  1,]}", "line 3, column 5 : "},
         {JsonForm, "{} {}", "line 1, column 4 : "},
-        {JsonForm, std::string(1'000'000, '['), " : "}};
+        {JsonForm, std::string(1'000'000, '['), "line 1, column 1000001 : "}};
     for (const auto &[form, text, problems] : cases) {
         MemoryImage image = MakeSampleMemory(9);
         EXPECT_EQ(Import(text, form, image), problems) << text.substr(0, 300);
