@@ -72,13 +72,40 @@ AppState StateWithEveryByte() {
     return state;
 }
 
+/// A list whose entries stand for the numbers from first to last.
+std::vector<int> Range(int first, int last) {
+    std::vector<int> bytes(static_cast<std::size_t>(last - first + 1));
+    std::iota(bytes.begin(), bytes.end(), first);
+    return bytes;
+}
+
+constexpr std::uint8_t Kept = 0xFE; // stands for: the byte is left as it is
+
+const struct {
+    std::size_t address;
+    std::uint8_t newByte;   ///< in a new image
+    std::vector<int> bytes; ///< by list position
+    int otherEntry;         ///< shown for a byte that is not among them
+    int unselectedByte;
+    const char *lastText;
+} SettingCases[] = {{0x636, 4, Range(0, 40), 0, Kept, "600"},
+                    {0x637, 5, Range(0, 9), 0, Kept, "9"},
+                    {0x635, 1, {0, 2, 1}, 0, 0xFF, "Chinese"},
+                    {0x632, Kept, Range(1, 99), 15, 0, "99"},
+                    {0x631, 0, Range(0, 98), 0, 0, "99"},
+                    {0x630, 15, Range(0, 15), 0, Kept, "16"},
+                    {0x639, 5, {0, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 1}, 0, Kept, "Auto"},
+                    {0x638, 1, {0, 1}, 1, Kept, "Yes"},
+                    {0x633, 0, {0, 1}, 1, Kept, "Yes"},
+                    {0x634, 0, {0, 1}, 1, Kept, "Yes"}};
+
 TEST(NewImage, WritesTheDefaultsAndKeepsCountAndBand) {
     AppState state = StateWithEveryByte();
     const MemoryImage old = state.image;
     MemoryImage expected;
     expected.fill(0xFF);
-    const std::uint8_t settings[] = {15, 0, old[0x632], 0, 0, 1, 4, 5, 1, 5};
-    std::copy(std::begin(settings), std::end(settings), &expected[0x630]);
+    for (const auto &row : SettingCases)
+        expected[row.address] = row.newByte == Kept ? old[row.address] : row.newByte;
     const std::string_view model = "VZ-470";
     std::copy(model.begin(), model.end(), &expected[0x660]);
     std::copy_n(&old[0x666], 4, &expected[0x666]);
@@ -167,32 +194,8 @@ TEST(BandChange, StoresTheLimitsAndErasesTheChannelsAlone) {
 
 // Function settings
 
-/// A list whose entries stand for the numbers from first to last.
-std::vector<int> Range(int first, int last) {
-    std::vector<int> bytes(static_cast<std::size_t>(last - first + 1));
-    std::iota(bytes.begin(), bytes.end(), first);
-    return bytes;
-}
-
 TEST(FunctionSettings, ShowEveryByteAndWriteEveryEntry) {
-    constexpr std::uint8_t Kept = 0xFE; // stands for: the byte is left as it is
-    const struct {
-        std::size_t address;
-        std::vector<int> bytes; ///< by list position
-        int otherEntry;         ///< shown for a byte that is not among them
-        int unselectedByte;
-        const char *lastText;
-    } cases[] = {{0x636, Range(0, 40), 0, Kept, "600"},
-                 {0x637, Range(0, 9), 0, Kept, "9"},
-                 {0x635, {0, 2, 1}, 0, 0xFF, "Chinese"},
-                 {0x632, Range(1, 99), 15, 0, "99"},
-                 {0x631, Range(0, 98), 0, 0, "99"},
-                 {0x630, Range(0, 15), 0, Kept, "16"},
-                 {0x639, {0, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 1}, 0, Kept, "Auto"},
-                 {0x638, {0, 1}, 1, Kept, "Yes"},
-                 {0x633, {0, 1}, 1, Kept, "Yes"},
-                 {0x634, {0, 1}, 1, Kept, "Yes"}};
-    for (const auto &[address, bytes, otherEntry, unselectedByte, lastText] : cases) {
+    for (const auto &[address, newByte, bytes, otherEntry, unselectedByte, lastText] : SettingCases) {
         const SettingShape &shape = SettingAt(address);
         SCOPED_TRACE(shape.control);
         for (int byte = address == Address::ChannelCount ? 1 : 0; byte <= 255; ++byte) {
@@ -209,6 +212,7 @@ TEST(FunctionSettings, ShowEveryByteAndWriteEveryEntry) {
         EXPECT_EQ(texts.back(), lastText);
     }
     EXPECT_EQ(SettingAt(0x632).toEntry(0), NoEntry);
+    EXPECT_EQ(SettingShapes.size(), std::size(SettingCases));
 }
 
 TEST(FunctionSettings, OfANewCodeplugReadAsItsUserSeesThem) {

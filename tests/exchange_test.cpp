@@ -94,7 +94,9 @@ MemoryImage Merged(const MemoryImage &source, const MemoryImage &target) {
     const auto take = [&source, &image](std::size_t from, std::size_t end) {
         std::copy(&source[from], &source[end], &image[from]);
     };
-    take(ChannelArea, Address::BatterySave + 1);
+    take(ChannelArea, ChannelArea + ChannelAreaSize);
+    for (const SettingShape &shape : SettingShapes)
+        take(shape.address, shape.address + 1);
     take(Address::EmptyMap, Address::EmptyMap + MapBytes);
     take(Address::ScanSkipMap, Address::ScanSkipMap + MapBytes);
     take(Address::BandLow, Address::BandHigh + BandLimitSize);
