@@ -1,26 +1,18 @@
+#include "link/QtCloneTimers.h"
 #include "link/QtComPorts.h"
 #include "link/QtSerialPort.h"
+#include "tests/Files.h"
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
-#include <cstdint>
-#include <functional>
-#include <memory>
 #include <numeric>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include <grp.h>
 #include <pty.h>
@@ -33,7 +25,6 @@
 namespace k470 {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using Kind = PortFailure::Kind;
 
 constexpr int PatienceMs = 10000;
@@ -231,7 +222,9 @@ TEST_F(SerialPortTest, DropsAQueuedNotificationThatLostItsReason) {
 
 TEST_F(SerialPortTest, HearsAgainAfterAFullBufferIsEmptiedOrRead) {
     peer->Fill(Count(0, 3000));
+    EXPECT_EQ(port->BytesWaiting(), 3000U) << "those in the kernel too";
     port->EmptyBuffers();
+    EXPECT_EQ(port->BytesWaiting(), 0U);
     port->SetReplyLength(2);
     peer->Deliver({1, 2});
     EXPECT_EQ(notifications, 1);
@@ -278,15 +271,20 @@ TEST_F(SerialPortTest, TheLastFrameBeforeClosingReachesTheRadio) {
 }
 
 TEST_F(SerialPortTest, TellsWhetherAFrameCanBeAnsweredOnALineWithASpeed) {
+    using namespace std::chrono_literals;
     for (const std::string baud : {"", "1", "9600"}) {
         qputenv("K470_PTY_BAUD", baud.c_str());
         ASSERT_FALSE(port->Open());
         EXPECT_TRUE(port->CanBeAnswered()) << "nothing was sent";
+        port->SetReplyLength(20);
+        const auto before = std::chrono::steady_clock::now();
         port->Output(Count(0, 20));
-        if (baud == "9600")
+        port->Output(Count(0, 20));
+        EXPECT_TRUE(baud == "9600" || port->CanBeAnswered() == baud.empty());
+        if (baud == "9600") {
             EXPECT_TRUE(WaitFor([this] { return port->CanBeAnswered(); }));
-        else
-            EXPECT_EQ(port->CanBeAnswered(), baud.empty());
+            EXPECT_GE(std::chrono::steady_clock::now() - before, 62500us) << "60 bytes of 10 bits";
+        }
         port->Close();
         EXPECT_TRUE(port->CanBeAnswered()) << "a closed port sends nothing";
     }
@@ -322,21 +320,16 @@ TEST_F(SerialPortTest, AHangUpClosesThePortInSilenceAndTheNextOpeningWorks) {
 }
 
 TEST_F(SerialPortTest, SaysWhyADeviceCannotBeOpened) {
-    QTemporaryDir folder;
-    const std::string base = folder.path().toStdString();
-    QFile file(folder.filePath("file"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_TRUE(QFile::link(folder.filePath("loop"), folder.filePath("loop")));
-    ASSERT_EQ(::mkfifo((base + "/pipe").c_str(), 0600), 0);
-    struct Case {
-        std::string device;
-        Kind kind;
-    };
-    const Case cases[] = {
-        {base + "/missing", Kind::NoSuchDevice}, {base + "/file/below", Kind::NoSuchDevice},
-        {base + "/loop", Kind::NoSuchDevice},    {base, Kind::NotSerial},
-        {base + "/file", Kind::NotSerial},       {base + "/pipe", Kind::NotSerial},
-        {"/dev/null", Kind::NotSerial},          {std::string(300, 'x'), Kind::Other},
+    const TempFolder folder;
+    const std::string base = folder.In("");
+    Put(folder.In("file"), std::string());
+    std::filesystem::create_symlink(folder.In("loop"), folder.In("loop"));
+    ASSERT_EQ(::mkfifo(folder.In("pipe").c_str(), 0600), 0);
+    const std::pair<std::string, Kind> cases[] = {
+        {base + "missing", Kind::NoSuchDevice}, {base + "file/below", Kind::NoSuchDevice},
+        {base + "loop", Kind::NoSuchDevice},    {base, Kind::NotSerial},
+        {base + "file", Kind::NotSerial},       {base + "pipe", Kind::NotSerial},
+        {"/dev/null", Kind::NotSerial},         {std::string(300, 'x'), Kind::Other},
     };
     for (const auto &[device, kind] : cases) {
         table = {{1, device, ""}};
@@ -354,10 +347,9 @@ TEST_F(SerialPortTest, SaysWhyADeviceCannotBeOpened) {
 }
 
 TEST_F(SerialPortTest, APortInUseIsBusyUnderEachOfItsNamesUntilItIsClosed) {
-    QTemporaryDir folder;
-    const QString link = folder.filePath("by-id");
-    ASSERT_TRUE(QFile::link(QString::fromStdString(peer->device), link));
-    table.push_back({2, link.toStdString(), ""});
+    const TempFolder folder;
+    std::filesystem::create_symlink(peer->device, folder.In("by-id"));
+    table.push_back({2, folder.In("by-id"), ""});
     QtSerialPort second([this] { return table; });
     for (const int number : {1, 2}) {
         second.SetCommPort(number);
@@ -400,23 +392,62 @@ TEST_F(SerialPortTest, TellsADeniedDeviceFromABusyOne) {
 }
 
 TEST(SystemComPorts, TakesTheVariableAloneElseTheFileBeforeTheSystemsDevices) {
-    QTemporaryDir folder;
-    qputenv("XDG_CONFIG_HOME", folder.path().toLocal8Bit());
-    EXPECT_EQ(ConfigFolder(), folder.path().toStdString() + "/k470");
-    ASSERT_TRUE(QDir(folder.path()).mkdir("k470"));
-    QFile file(folder.filePath("k470/ports.conf"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("COM200=/dev/bench\n");
-    file.close();
+    const TempFolder folder;
+    const std::string file = folder.In("k470/ports.conf");
+    qputenv("XDG_CONFIG_HOME", folder.In("").c_str());
+    std::filesystem::create_directory(ConfigFolder());
+    Put(file, std::string("COM200=/dev/bench\n"));
     qputenv("K470_PORTS", "COM3=/dev/pts/7");
     EXPECT_EQ(SystemComPorts().front().number, 3);
     qputenv("K470_PORTS", "");
     EXPECT_TRUE(SystemComPorts().empty());
     qunsetenv("K470_PORTS");
     EXPECT_EQ(SystemComPorts().front().number, 200);
-    ASSERT_TRUE(file.remove());
-    ASSERT_EQ(::mkfifo(folder.filePath("k470/ports.conf").toLocal8Bit().constData(), 0600), 0);
+    ASSERT_TRUE(std::filesystem::remove(file));
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
     EXPECT_EQ(FindComPort(SystemComPorts(), 200), nullptr);
+}
+
+/// The two timers of a session, and how often each has ticked.
+class CloneTimersTest : public testing::Test {
+protected:
+    CloneTimersTest() {
+        timers.Drive([this] { ++sends; }, [this] { ++overtimes; });
+    }
+    QtCloneTimers timers;
+    int sends = 0;
+    int overtimes = 0;
+};
+
+TEST_F(CloneTimersTest, SendAgainAndAgainAndAtOnceWhenHurried) {
+    timers.HurrySend();
+    RunQueued();
+    EXPECT_TRUE(ComesToRest());
+    EXPECT_EQ(sends, 0) << "nothing to hurry while the timer is off";
+    EXPECT_EQ(timers.SendTimer().interval(), 1);
+    timers.EnableSend(true);
+    EXPECT_TRUE(WaitFor([this] { return sends == 3; }));
+    timers.SendTimer().setInterval(1'000'000);
+    sends = 0;
+    timers.HurrySend();
+    EXPECT_TRUE(WaitFor([this] { return sends == 1; }));
+    EXPECT_TRUE(ComesToRest()) << "hurried once";
+    timers.HurrySend();
+    timers.EnableSend(false);
+    EXPECT_TRUE(ComesToRest());
+    EXPECT_EQ(sends, 1);
+    EXPECT_EQ(overtimes, 0);
+}
+
+TEST_F(CloneTimersTest, TellOvertimeAfterTheIntervalThatWasSet) {
+    timers.SetOvertimeInterval(1'000'000);
+    timers.EnableOvertime(true);
+    EXPECT_EQ(timers.OvertimeTimer().interval(), 1'000'000);
+    timers.SetOvertimeInterval(1);
+    EXPECT_TRUE(WaitFor([this] { return overtimes == 3; }));
+    timers.EnableOvertime(false);
+    EXPECT_TRUE(ComesToRest());
+    EXPECT_EQ(overtimes, 3);
 }
 
 } // namespace
