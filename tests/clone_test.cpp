@@ -309,6 +309,17 @@ TEST(Handshake, CountsTwentyStraysOverTheWholeSession) {
     EXPECT_EQ(Gaps(session, 0, 9), (Lines{301, 2, 301, 301, 301, 301, 301, 301, 2}));
 }
 
+TEST(Handshake, IsNotDisturbedByNoiseBeforeIt) {
+    Session session(StateFor(Write), MakeSampleMemory(1), [](const Bytes &frame, Replies &replies) {
+        if (frame == Bytes{0x15})
+            replies = {{.bytes = frame}};
+    });
+    session.session.TransferDatas();
+    session.port.Output(Bytes{0x15});
+    ASSERT_TRUE(session.RunUntil([&] { return session.view.closed; }));
+    EXPECT_EQ(Told(session.view.calls), "done");
+}
+
 TEST(PortSearch, FollowsSevenRepetitionsOfTheHandshakeOnceAndEndsInTheQuestion) {
     struct Case {
         int start;
@@ -470,6 +481,13 @@ TEST(MissingLines, AreThoseWhoseRepliesMayBeOthers) {
         {"no header", 5, HeaderOf(RequestOfLine2, "57 00 20 00"), {1, 2}, true},
         {"an acknowledge inside a line", 4, Change(RequestOfLine1, InsertByteBefore06), {1, 2}},
         {"one too many", 4, Change(RequestOfLine1, [](Bytes &reply) { reply.push_back(6); }), {1, 2}},
+        {"the start of something else",
+         4,
+         Change(RequestOfLine2,
+                [](Bytes &reply) {
+                    reply = {9, 9};
+                }),
+         {1, 2}},
         {"the line before", 5, OneBehind(), TransferredLines(99)},
         {"an acknowledge inside the last line", 4, Change(lastLine, InsertByteBefore06), {107}},
         {"and at wire speed", 4, Change(lastLine, InsertByteBefore06), {107}, false, WireSpeed},

@@ -91,7 +91,7 @@ TEST(ComPortTable, NumbersTheSystemsDevicesUnderTheFixedRule) {
          "COM69=/dev/ttyACM32 COM70=/dev/ttyS COM71=/dev/ttyS01 COM72=/dev/ttyS1x COM73=/dev/ttyS4 "
          "COM74=/dev/ttyUSB32"},
         {"name order counts digits as numbers", "",
-         Devices({"ttyXR10", "ttyXR2", "ttyXR02", "ttyXR", "ttyX9R"}),
+         Devices({"ttyXR10", "ttyXR02", "ttyXR2", "ttyXR", "ttyX9R"}),
          "COM69=/dev/ttyX9R COM70=/dev/ttyXR COM71=/dev/ttyXR02 COM72=/dev/ttyXR2 COM73=/dev/ttyXR10"},
         {"user entries come first and keep their numbers", "COM70=/u;COM5=/v",
          Devices({"ttyUSB0", "ttyUSB1", "ttyXR0"}),

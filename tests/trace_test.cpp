@@ -7,42 +7,23 @@
 #include "sim/ReplayDevice.h"
 #include "sim/SampleMemory.h"
 #include "sim/SimulatedRadio.h"
+#include "tests/FakeClone.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <regex>
 #include <set>
-#include <sstream>
-#include <utility>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace k470 {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
-class TraceFolder : public testing::Test {
-protected:
-    TraceFolder() { std::filesystem::create_directories(folder_); }
-    ~TraceFolder() override { std::filesystem::remove_all(folder_); }
-
-    std::string Path(const std::string &name) const { return (folder_ / name).string(); }
-    LoadedTrace Loaded(const std::string &text) const {
-        std::ofstream(Path("log")) << text;
-        return LoadTrace(Path("log"));
-    }
-
-private:
-    std::filesystem::path folder_ =
-        std::filesystem::path(testing::TempDir()) / ("k470-trace-" + std::to_string(::getpid()));
-};
+LoadedTrace Loaded(const TempFolder &folder, const std::string &text) {
+    Put(folder.In("log"), text);
+    return LoadTrace(folder.In("log"));
+}
 
 /// ">02<0611": what the frames hold and who sent them.
 std::string TextOf(const std::vector<LoggedFrame> &frames) {
@@ -65,68 +46,55 @@ TEST(LogLine, IsReadAsItIsWrittenAndInNoOtherForm) {
         EXPECT_FALSE(ParseLogLine(line)) << line;
 }
 
-/// An open port into which a test puts what arrives.
-class ScriptedPort : public SerialPort {
-public:
-    void SetCommPort(int) override {}
-    std::optional<PortFailure> Open() override {
-        open_ = true;
-        return std::nullopt;
+/// A device that answers each frame with as many bytes as the frame says.
+struct Counter : SerialDevice {
+    std::vector<Reply> Feed(std::span<const std::uint8_t> bytes) override {
+        Reply reply;
+        for (std::uint8_t byte = 1; byte <= bytes[0]; ++byte)
+            reply.bytes.push_back(byte);
+        return {reply};
     }
-    void Close() override { open_ = false; }
-    bool IsOpen() const override { return open_; }
-    void EmptyBuffers() override { waiting.clear(); }
-    void SetReplyLength(std::size_t k) override { replyLength = k; }
-    void Output(std::span<const std::uint8_t>) override {}
-    bool CanBeAnswered() const override { return true; }
-    std::size_t BytesWaiting() const override { return waiting.size(); }
-    Bytes Input() override {
-        const std::size_t count = replyLength == 0 ? waiting.size() : std::min(waiting.size(), replyLength);
-        Bytes rest(waiting.begin() + static_cast<std::ptrdiff_t>(count), waiting.end());
-        waiting.resize(count);
-        return std::exchange(waiting, std::move(rest));
-    }
-    void OnReceived(std::function<void()>) override {}
-
-    Bytes waiting;
-    std::size_t replyLength = 0;
-
-private:
-    bool open_ = false;
+    bool FramePending() const override { return false; }
+    void Silence() override {}
 };
 
-TEST_F(TraceFolder, HoldsWhatASessionSendsReadsAndThrowsAway) {
-    ScriptedPort port;
+TEST(TracedPort, HoldsWhatASessionSendsReadsAndThrowsAway) {
+    const TempFolder folder;
+    const Moment now{};
+    Counter device;
+    FakePort port(now);
+    port.Connect(1, &device, AtOnce);
     TraceFile trace;
-    ASSERT_EQ(trace.Open(Path("trace")), std::nullopt);
+    ASSERT_EQ(trace.Open(folder.In("trace")), std::nullopt);
     TracedPort traced(port, trace);
     trace.AddComment("one\ntwo");
+    traced.SetCommPort(1);
     for (int session = 0; session < 2; ++session) {
         traced.Open();
-        port.waiting = {0x41}; // noise from before the session answers nothing
+        port.Output(Bytes{9}); // noise from before the session answers nothing
         traced.EmptyBuffers();
-        traced.Output(Bytes{0x02});
+        traced.Output(Bytes{3});
         traced.SetReplyLength(2);
-        port.waiting = {1, 2, 3};
         EXPECT_EQ(traced.Input(), (Bytes{1, 2}));
         traced.EmptyBuffers();
-        EXPECT_EQ(port.replyLength, 2U);
-        traced.Output(Bytes{0x06});
-        port.waiting = {4};
+        traced.Output(Bytes{4});
+        port.Receive();
+        EXPECT_EQ(traced.Input(), (Bytes{1, 2})) << "the reply length stays";
         traced.Close();
-        traced.Output(Bytes{0x45});
+        traced.Output(Bytes{5});
     }
-    const LoadedTrace loaded = LoadTrace(Path("trace"));
+    const LoadedTrace loaded = LoadTrace(folder.In("trace"));
     EXPECT_EQ(loaded.error, "");
-    EXPECT_EQ(TextOf(loaded.frames), ">02<01 02<03>06<04>02<01 02<03>06<04");
-    ASSERT_EQ(::mkfifo(Path("pipe").c_str(), 0600), 0);
-    EXPECT_TRUE(TraceFile().Open(Path("pipe"))) << "nobody may read it";
+    EXPECT_EQ(TextOf(loaded.frames), ">03<01 02<03>04<01 02<03 04>03<01 02<03>04<01 02<03 04");
+    ASSERT_EQ(::mkfifo(folder.In("pipe").c_str(), 0600), 0);
+    EXPECT_TRUE(TraceFile().Open(folder.In("pipe"))) << "nobody may read it";
 }
 
-TEST_F(TraceFolder, AReplayAnswersInAnyChunkingUntilTheFirstOtherByte) {
+TEST(Replay, AnswersInAnyChunkingUntilTheFirstOtherByte) {
+    const TempFolder folder;
     const LoadedTrace trace =
-        Loaded("# comment\n0.000001 < 09\n0.000002 > 56 5A\n0.000003 < 06\n0.000004 < 07\n\n"
-               "1.000000 > 45\n2.000000 > 02\n2.500000 < 11 22\n");
+        Loaded(folder, "# comment\n0.000001 < 09\n0.000002 > 56 5A\n0.000003 < 06\n0.000004 < 07\n\n"
+                       "1.000000 > 45\n2.000000 > 02\n2.500000 < 11 22\n");
     ASSERT_EQ(trace.error, "");
     const struct {
         std::vector<Bytes> chunks;
@@ -159,11 +127,9 @@ TEST_F(TraceFolder, AReplayAnswersInAnyChunkingUntilTheFirstOtherByte) {
     }
 }
 
-TEST_F(TraceFolder, TheDocumentedTraceAnswersASession) {
-    std::ostringstream page;
-    page << std::ifstream(K470_SOURCE_DIR "/docs/wire-protocol.md").rdbuf();
-    const std::string text = page.str().substr(page.str().find("```trace\n") + 9);
-    const LoadedTrace trace = Loaded(text.substr(0, text.find("```")));
+TEST(Replay, OfTheDocumentedTraceAnswersASession) {
+    const TempFolder folder;
+    const LoadedTrace trace = Loaded(folder, BlockOf("wire-protocol.md", "trace"));
     ASSERT_EQ(trace.error, "");
     SimulatedRadio radio(MakeSampleMemory(2));
     for (const LoggedFrame &frame : trace.frames)
@@ -173,17 +139,13 @@ TEST_F(TraceFolder, TheDocumentedTraceAnswersASession) {
     EXPECT_TRUE(radio.Complaints().empty());
 }
 
-TEST_F(TraceFolder, ALogThatIsNoneIsRefusedWithItsLine) {
-    const std::pair<const char *, const char *> cases[] = {
-        {"# c\n0.000000 > 06\n0.000000 > 0\n", "line 3 is no frame"},
-        {"0.000000 > 06\r\n", "line 1 is no frame"},
-        {"0.000000 < 06\n", "no frame of a program"}};
-    for (const auto &[text, error] : cases) {
-        const LoadedTrace trace = Loaded(text);
-        EXPECT_NE(trace.error.find(error), std::string::npos) << text << trace.error;
-        EXPECT_TRUE(trace.frames.empty() || trace.error.empty());
-    }
-    for (const std::string &path : {Path("none"), Path("."), std::string("/dev/zero")})
+TEST(Replay, OfALogThatIsNoneIsRefusedWithItsLine) {
+    const TempFolder folder;
+    for (const auto &[text, error] : {std::pair("# c\n0.000000 > 06\n0.000000 > 0\n", "line 3 is no frame"),
+                                      {"0.000000 > 06\r\n", "line 1 is no frame"},
+                                      {"0.000000 < 06\n", "no frame of a program"}})
+        EXPECT_NE(Loaded(folder, text).error.find(error), std::string::npos) << text;
+    for (const std::string &path : {folder.In("none"), folder.In("."), std::string("/dev/zero")})
         EXPECT_NE(LoadTrace(path).error, "") << path;
 }
 
@@ -236,12 +198,13 @@ TEST(TransferCheck, TakesTheImagesOwnBytesWhereAWriteSetsOthers) {
     }
 }
 
-TEST_F(TraceFolder, ABackupNeverTakesTheNameOfAnother) {
-    ::setenv("XDG_STATE_HOME", Path("state").c_str(), 1);
+TEST(Backup, NeverTakesTheNameOfAnother) {
+    const TempFolder home;
+    ::setenv("XDG_STATE_HOME", home.In("state").c_str(), 1);
     std::string folder;
     ASSERT_EQ(MakeBackupFolder(folder, Language::English), std::nullopt);
     ASSERT_EQ(MakeBackupFolder(folder, Language::English), std::nullopt) << "it is there";
-    EXPECT_EQ(folder, Path("state") + "/k470/backups");
+    EXPECT_EQ(folder, home.In("state") + "/k470/backups");
     EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms::owner_all);
     const std::regex form(R"(.*/\d{4}-\d\d-\d\dT\d{6}-my_port(-[2-9])?\.tw)");
     std::set<std::string> paths;
@@ -252,11 +215,13 @@ TEST_F(TraceFolder, ABackupNeverTakesTheNameOfAnother) {
                   std::nullopt);
         EXPECT_TRUE(std::regex_match(path, form)) << path;
         EXPECT_TRUE(paths.insert(path).second) << path;
+        EXPECT_EQ(std::filesystem::status(path).permissions() & std::filesystem::perms(077),
+                  std::filesystem::perms::none);
         MemoryImage kept;
         ASSERT_EQ(LoadImageFile(path, kept, Language::English), std::nullopt);
         EXPECT_EQ(kept, image);
     }
-    EXPECT_TRUE(KeepBackup(Path("none"), ChoosePort("COM5"), {}, path, Language::English));
+    EXPECT_TRUE(KeepBackup(home.In("none"), ChoosePort("COM5"), {}, path, Language::English));
 }
 
 TEST(InterruptWatch, ASignalBetweenSessionsKeepsTheNextFromThePort) {
