@@ -3,15 +3,14 @@
 #include "core/Tones.h"
 #include "ui/main/ChannelGrid.h"
 #include "ui/shared/CellEditor.h"
+#include "ui/shared/Keys.h"
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
 #include "ui/shared/Twips.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QKeyEvent>
+#include <QCoreApplication>
 #include <QLineEdit>
-#include <QRegularExpressionValidator>
 
 namespace k470 {
 
@@ -25,19 +24,10 @@ constexpr auto EnterKey = "\r";
 constexpr int ToneEditor = 0;
 constexpr int ChoiceEditor = 1;
 
-/// A key as its character: Enter as "\r", Backspace as "\b", Escape as "\x1b", "" for keys without one.
-QString KeyText(const QKeyEvent &event) {
-    switch (event.key()) {
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        return EnterKey;
-    default:
-        return event.text();
-    }
-}
-
-bool IsPrintable(const QString &text) {
-    return !text.isEmpty() && text.front().isPrint();
+/// Decides about a character of a frequency.
+std::optional<char> FilterFrequencyKey(std::string_view, bool, char key) {
+    const bool accepted = (key >= '0' && key <= '9') || key == '.' || key == ',';
+    return accepted ? std::optional(key) : std::nullopt;
 }
 
 /// A key with a character that the grid tells nobody of.
@@ -45,45 +35,38 @@ bool IsSilentKey(const QKeyEvent &event) {
     return event.key() == Qt::Key_Backspace || event.key() == Qt::Key_Escape;
 }
 
-/// Whether the focus is in the editor or in the list that it has opened. The first opening of a list moves
-/// the focus into it for no reason that tells a list from another control.
-bool HoldsFocus(const QWidget *editor) {
-    const QObject *holder = QApplication::focusWidget();
-    while (holder != nullptr && holder != editor)
-        holder = holder->parent();
-    return holder != nullptr;
-}
-
 } // namespace
 
 ChannelEditors::ChannelEditors(AppState &state, ChannelGrid *grid)
-    : QObject(grid), state_(state), grid_(grid), txtChannel_(new QLineEdit(grid->parentWidget())) {
+    : QObject(grid), state_(state), grid_(grid), txtChannel_(NewCellTextBox(grid, FilterFrequencyKey)),
+      textEditor_(new CellEditor(grid, txtChannel_)) {
     txtChannel_->setObjectName("TxtChannel");
     txtChannel_->setMaxLength(MaxFrequencyLength);
-    // What comes without a key, from the clipboard or an input method, meets the same filter.
-    txtChannel_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9.,]*"), txtChannel_));
-    txtChannel_->setFrame(false);
-    txtChannel_->setAlignment(Qt::AlignCenter);
-    txtChannel_->setContextMenuPolicy(Qt::NoContextMenu);
-    txtChannel_->hide();
-    txtChannel_->installEventFilter(this);
-    for (std::size_t i = 0; i < cboChannel_.size(); ++i) {
-        auto *combo = new QComboBox(grid->parentWidget());
-        combo->setObjectName(QString("CboChannel(%1)").arg(i));
-        combo->setEditable(true);
-        combo->setCompleter(nullptr);
-        combo->setInsertPolicy(QComboBox::NoInsert);
-        combo->setMinimumWidth(0);
-        combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-        combo->lineEdit()->setContextMenuPolicy(Qt::NoContextMenu);
-        combo->lineEdit()->setAcceptDrops(false);
-        combo->hide();
-        combo->installEventFilter(this);
-        cboChannel_[i] = combo;
-    }
+    connect(textEditor_, &CellEditor::KeyPressed, this, &ChannelEditors::TxtChannel_KeyPress);
+    connect(textEditor_, &CellEditor::FocusLeft, this, [this] { TxtChannel_Validate(Warning::Later); });
+    for (const int index : {ToneEditor, ChoiceEditor})
+        MakeCombo(index);
     // Every character of a tone passes the key filter: an input method would bring them past it.
-    cboChannel_[0]->setAttribute(Qt::WA_InputMethodEnabled, false);
+    cboChannel_[ToneEditor]->setAttribute(Qt::WA_InputMethodEnabled, false);
     ConnectGrid();
+}
+
+void ChannelEditors::MakeCombo(int index) {
+    auto *combo = new QComboBox(grid_->parentWidget());
+    combo->setObjectName(QString("CboChannel(%1)").arg(index));
+    combo->setEditable(true);
+    combo->setCompleter(nullptr);
+    combo->setInsertPolicy(QComboBox::NoInsert);
+    combo->setMinimumWidth(0);
+    combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    combo->lineEdit()->setContextMenuPolicy(Qt::NoContextMenu);
+    combo->lineEdit()->setAcceptDrops(false);
+    auto *editor = new CellEditor(grid_, combo);
+    connect(editor, &CellEditor::KeyPressed, this,
+            [this, index](const QKeyEvent &key, bool &swallow) { CboChannel_KeyPress(index, key, swallow); });
+    connect(editor, &CellEditor::FocusLeft, this, [this, index] { CboChannel_Validate(index); });
+    cboChannel_[static_cast<std::size_t>(index)] = combo;
+    comboEditors_[static_cast<std::size_t>(index)] = editor;
 }
 
 void ChannelEditors::ConnectGrid() {
@@ -96,7 +79,7 @@ void ChannelEditors::ConnectGrid() {
 }
 
 void ChannelEditors::FillToneList() {
-    QComboBox *tones = cboChannel_[0];
+    QComboBox *tones = cboChannel_[ToneEditor];
     tones->clear();
     tones->addItems(ToQt(state_.toneList)); // at once: each insertion costs time at the start
 }
@@ -135,10 +118,8 @@ void ChannelEditors::OpenCellEditor() {
         return;
     EndOpenEdit();
     ChannelGrid_EnterCell(grid_->Row(), grid_->Col());
-    row_ = grid_->Row();
-    col_ = grid_->Col();
-    const QString text = grid_->CellText(row_, col_);
-    switch (ChannelColumns[static_cast<std::size_t>(col_)].editor) {
+    const QString text = grid_->CellText(grid_->Row(), grid_->Col());
+    switch (ChannelColumns[static_cast<std::size_t>(grid_->Col())].editor) {
     case GridColumn::Editor::None:
         break;
     case GridColumn::Editor::Frequency:
@@ -155,72 +136,53 @@ void ChannelEditors::OpenCellEditor() {
 
 void ChannelEditors::OpenTextEditor(const QString &text) {
     txtChannel_->setText(text);
-    ShowEditor(txtChannel_);
+    ShowEditor(textEditor_, txtChannel_);
     txtChannel_->selectAll();
 }
 
 void ChannelEditors::OpenToneEditor(const QString &text) {
     if (text.isEmpty())
         return; // a tone without its frequency
-    QComboBox *tones = cboChannel_[0];
+    QComboBox *tones = cboChannel_[ToneEditor];
     tones->setItemText(0, ResText(state_.language, Text::None));
     tones->setCurrentIndex(tones->findText(text));
     tones->setEditText(text);
-    ShowEditor(tones);
+    ShowEditor(comboEditors_[ToneEditor], tones);
     tones->lineEdit()->selectAll();
 }
 
 void ChannelEditors::OpenChoiceEditor(const QString &text) {
-    QComboBox *choices = cboChannel_[1];
+    QComboBox *choices = cboChannel_[ChoiceEditor];
     choices->clear();
-    for (const std::string &choice : ColumnChoices(col_, state_.language))
+    for (const std::string &choice : ColumnChoices(grid_->Col(), state_.language))
         choices->addItem(ToQt(choice));
     choices->setCurrentIndex(choices->findText(text));
     choices->setEditText(text);
-    ShowEditor(choices);
+    ShowEditor(comboEditors_[ChoiceEditor], choices);
     choices->lineEdit()->selectAll();
 }
 
-void ChannelEditors::ShowEditor(QWidget *editor) {
-    open_ = editor;
-    editor->setAccessibleName(grid_->CellText(0, col_).simplified() + " " + grid_->CellText(row_, ColNumber));
-    PlaceEditor();
-    editor->show();
-    editor->raise();
-    editor->setFocus();
+void ChannelEditors::ShowEditor(CellEditor *editor, QWidget *control) {
+    const int row = grid_->Row();
+    const int col = grid_->Col();
+    control->setAccessibleName(grid_->CellText(0, col).simplified() + " " + grid_->CellText(row, ColNumber));
+    editor->Open(PlaceOf(editor, row, col));
 }
 
-void ChannelEditors::PlaceEditor() {
-    QRect place = grid_->CellRect(row_, col_);
-    if (open_ == txtChannel_) {
-        const int inset = TwipsToPixels(TextInset, grid_);
-        place.adjust(0, 0, -inset, -inset);
-    } else {
-        const int overlap = TwipsToPixels(ComboOverlap, grid_);
-        place.adjust(-overlap, -overlap, 0, overlap);
-    }
-    open_->setGeometry(place);
-}
-
-void ChannelEditors::HideEditor() {
-    QWidget *editor = open_;
-    open_ = nullptr; // the focus that hiding takes away must not end the edit once more
-    if (editor != nullptr)
-        editor->hide();
-}
-
-void ChannelEditors::AbandonEdit() {
-    HideEditor();
-    grid_->setFocus();
+QRect ChannelEditors::PlaceOf(const CellEditor *editor, int row, int col) const {
+    const QRect cell = grid_->CellRect(row, col);
+    const int inset = TwipsToPixels(TextInset, grid_);
+    const int overlap = TwipsToPixels(ComboOverlap, grid_);
+    return editor == textEditor_ ? cell.adjusted(0, 0, -inset, -inset)
+                                 : cell.adjusted(-overlap, -overlap, 0, overlap);
 }
 
 void ChannelEditors::EndOpenEdit() {
-    if (open_ == txtChannel_)
+    if (textEditor_->IsOpen())
         TxtChannel_Validate();
-    else if (open_ == cboChannel_[0])
-        CboChannel_Validate(ToneEditor);
-    else if (open_ == cboChannel_[1])
-        CboChannel_Validate(ChoiceEditor);
+    for (const int index : {ToneEditor, ChoiceEditor})
+        if (comboEditors_[static_cast<std::size_t>(index)]->IsOpen())
+            CboChannel_Validate(index);
 }
 
 void ChannelEditors::TransferFocus() {
@@ -230,11 +192,11 @@ void ChannelEditors::TransferFocus() {
 
 void ChannelEditors::TxtChannel_Validate(Warning warning) {
     const QString typed = txtChannel_->text();
-    HideEditor();
-    if (col_ == ColRxFreq)
-        setChannelRx(row_, typed, warning);
+    textEditor_->Close();
+    if (textEditor_->Col() == ColRxFreq)
+        setChannelRx(textEditor_->Row(), typed, warning);
     else
-        setChannelTx(row_, typed, warning);
+        setChannelTx(textEditor_->Row(), typed, warning);
 }
 
 void ChannelEditors::setChannelRx(int row, const QString &typed, Warning warning) {
@@ -265,79 +227,53 @@ void ChannelEditors::WarnOutOfRange(Warning warning) {
 void ChannelEditors::CboChannel_Validate(int index) {
     const QString typed = cboChannel_[static_cast<std::size_t>(index)]->currentText();
     const QString text = index == ToneEditor ? ToQt(NormalizeTone(FromQt(typed), state_.language)) : typed;
-    grid_->SetCellText(row_, col_, text);
-    HideEditor();
+    CellEditor *editor = comboEditors_[static_cast<std::size_t>(index)];
+    grid_->SetCellText(editor->Row(), editor->Col(), text);
+    editor->Close();
 }
 
-bool ChannelEditors::TxtChannel_KeyPress(const QString &key) {
-    if (key == EnterKey) {
-        TxtChannel_Validate();
-        grid_->setFocus();
-        grid_->AdvanceFromFrequency(row_, col_);
-        return true;
-    }
-    if (!IsPrintable(key))
-        return false;
-    const QChar c = key.front();
-    const bool accepted = (c >= '0' && c <= '9') || c == '.' || c == ',';
-    return !accepted;
+void ChannelEditors::TxtChannel_KeyPress(const QKeyEvent &key, bool &swallow) {
+    swallow = IsEnter(key) && !IsChord(key);
+    if (!swallow)
+        return; // the text box itself filters what other keys enter
+    TxtChannel_Validate();
+    grid_->setFocus();
+    grid_->AdvanceFromFrequency(textEditor_->Row(), textEditor_->Col());
 }
 
-bool ChannelEditors::CboChannel_KeyPress(int index, const QString &key) {
-    if (key == EnterKey) {
+void ChannelEditors::CboChannel_KeyPress(int index, const QKeyEvent &key, bool &swallow) {
+    if (IsEnter(key) && !IsChord(key)) {
+        swallow = true;
         CboChannel_Validate(index);
         grid_->setFocus();
-        grid_->AdvanceFromChoice(row_, col_);
-        return true;
+        const CellEditor *editor = comboEditors_[static_cast<std::size_t>(index)];
+        grid_->AdvanceFromChoice(editor->Row(), editor->Col());
+        return;
     }
-    if (index != ToneEditor || !IsPrintable(key))
-        return false;
-    QLineEdit *edit = cboChannel_[0]->lineEdit();
-    const bool allSelected = edit->selectedText() == edit->text();
-    const auto accepted = FilterToneKey(FromQt(edit->text()), allSelected, key.front().toLatin1());
-    if (accepted)
-        edit->insert(QString(QLatin1Char(*accepted)));
-    return true;
+    const bool isText = IsPrintable(key) && !IsChord(key);
+    swallow = index == ToneEditor && (isText || key.matches(QKeySequence::Paste));
+    if (swallow && isText)
+        EnterToneKey(key.text().front().toLatin1());
 }
 
-bool ChannelEditors::EditorKey(QWidget *editor, int key, const QString &text) {
-    if (key == Qt::Key_Escape) {
-        AbandonEdit();
-        return true;
-    }
-    if (editor == txtChannel_)
-        return TxtChannel_KeyPress(text);
-    return CboChannel_KeyPress(editor == cboChannel_[0] ? ToneEditor : ChoiceEditor, text);
+void ChannelEditors::EnterToneKey(char key) {
+    QLineEdit *edit = cboChannel_[ToneEditor]->lineEdit();
+    const bool allSelected = edit->selectedText() == edit->text();
+    if (const auto accepted = FilterToneKey(FromQt(edit->text()), allSelected, key))
+        edit->insert(QString(QLatin1Char(*accepted)));
 }
 
 bool ChannelEditors::eventFilter(QObject *watched, QEvent *event) {
-    if (watched == grid_) {
-        if (event->type() == QEvent::Resize && open_ != nullptr)
-            PlaceEditor();
-        if (event->type() == QEvent::KeyPress && IsSilentKey(*static_cast<QKeyEvent *>(event)))
+    if (watched == grid_ && event->type() == QEvent::Resize) {
+        for (CellEditor *editor : {textEditor_, comboEditors_[ToneEditor], comboEditors_[ChoiceEditor]})
+            if (editor->IsOpen())
+                editor->Place(PlaceOf(editor, editor->Row(), editor->Col()));
+    } else if (watched == grid_ && event->type() == QEvent::KeyPress) {
+        if (IsSilentKey(*static_cast<QKeyEvent *>(event)))
             grid_->CorrectColumn(state_.currentRow);
-        return false;
-    }
-    if (watched == grid_->parentWidget() && event->type() == QEvent::Wheel) {
+    } else if (watched == grid_->parentWidget() && event->type() == QEvent::Wheel) {
         QCoreApplication::sendEvent(grid_->viewport(), event); // the editors leave it unused
         return true;
-    }
-    if (watched != open_)
-        return false;
-    if (event->type() == QEvent::KeyPress) {
-        const auto *key = static_cast<QKeyEvent *>(event);
-        if (open_ == cboChannel_[0] && key->matches(QKeySequence::Paste))
-            return true;
-        if ((key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0)
-            return false;
-        return EditorKey(open_, key->key(), KeyText(*key));
-    }
-    if (event->type() == QEvent::FocusOut) {
-        const bool leavesForGood = LeavesForGood(*static_cast<QFocusEvent *>(event)) && !HoldsFocus(open_);
-        if (leavesForGood && open_ == txtChannel_)
-            TxtChannel_Validate(Warning::Later);
-        else if (leavesForGood)
-            EndOpenEdit();
     }
     return false;
 }

@@ -7,10 +7,12 @@
 #include <array>
 
 class QComboBox;
+class QKeyEvent;
 class QLineEdit;
 
 namespace k470 {
 
+class CellEditor;
 class ChannelGrid;
 
 /// The editors that are laid over a cell of the channel grid: a text box for frequencies, a combo box for
@@ -46,31 +48,29 @@ private:
     void ChannelGrid_KeyPress(const QString &text);
     void ChannelGrid_MouseUp(Qt::MouseButton button);
 
-    void PlaceEditor();
+    void MakeCombo(int index);
     void OpenTextEditor(const QString &text);
     void OpenToneEditor(const QString &text);
     void OpenChoiceEditor(const QString &text);
-    void ShowEditor(QWidget *editor);
-    void HideEditor();
-    void AbandonEdit();
+    void ShowEditor(CellEditor *editor, QWidget *control);
+    QRect PlaceOf(const CellEditor *editor, int row, int col) const;
 
     void TxtChannel_Validate(Warning warning = Warning::AtOnce);
     /// Set a row's frequency from a typed text; warn when it is outside the band.
     void setChannelRx(int row, const QString &typed, Warning warning);
     void setChannelTx(int row, const QString &typed, Warning warning);
     void CboChannel_Validate(int index);
-    bool TxtChannel_KeyPress(const QString &key);
-    bool CboChannel_KeyPress(int index, const QString &key);
-    bool EditorKey(QWidget *editor, int key, const QString &text);
+    void TxtChannel_KeyPress(const QKeyEvent &key, bool &swallow);
+    void CboChannel_KeyPress(int index, const QKeyEvent &key, bool &swallow);
+    void EnterToneKey(char key);
     void WarnOutOfRange(Warning warning);
 
     AppState &state_;
     ChannelGrid *grid_;
     QLineEdit *txtChannel_;
-    std::array<QComboBox *, 2> cboChannel_;
-    QWidget *open_ = nullptr; ///< the editor that is open
-    int row_ = 0;             ///< the cell that it covers
-    int col_ = 0;
+    CellEditor *textEditor_;
+    std::array<QComboBox *, 2> cboChannel_{};
+    std::array<CellEditor *, 2> comboEditors_{};
 };
 
 } // namespace k470

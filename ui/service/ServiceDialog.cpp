@@ -1,10 +1,10 @@
 #include "ui/service/ServiceDialog.h"
 
+#include "ui/shared/Keys.h"
 #include "ui/shared/Twips.h"
 
 #include <QFontInfo>
 #include <QFontMetrics>
-#include <QKeyEvent>
 #include <QPushButton>
 
 namespace k470 {
@@ -39,11 +39,10 @@ QPushButton *ServiceDialog::AddButton(const char *name, const QString &caption, 
 }
 
 void ServiceDialog::keyPressEvent(QKeyEvent *event) {
-    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     auto *button = qobject_cast<QPushButton *>(focusWidget());
     if (event->key() == Qt::Key_Escape && escape_ == EscapeKey::DoesNothing)
         event->accept(); // a stray key must not throw away what was typed
-    else if (!isEnter || button == nullptr)
+    else if (!IsEnter(*event) || button == nullptr)
         QDialog::keyPressEvent(event);
     else if (!event->isAutoRepeat()) // a key held down in a text box has only just come here
         button->click();

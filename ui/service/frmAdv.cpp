@@ -2,10 +2,12 @@
 
 #include "ui/shared/CellEditor.h"
 #include "ui/shared/FlexGrid.h"
+#include "ui/shared/Keys.h"
 #include "ui/shared/Texts.h"
 #include "ui/shared/ThemedIcon.h"
 #include "ui/shared/Twips.h"
 
+#include <QLineEdit>
 #include <QPushButton>
 
 #include <algorithm>
@@ -38,13 +40,14 @@ TuneLevel LevelOfRow(int row) {
 
 frmAdv::frmAdv(AppState &state, QWidget *owner)
     : ServiceDialog("frmAdv", ClientWidth, ClientHeight, EscapeKey::DoesNothing, owner), state_(state),
-      tunGrid_(new FlexGrid(1, 1, this)), txtTun_(new CellEditor(tunGrid_, FilterLevelKey)) {
+      tunGrid_(new FlexGrid(1, 1, this)), txtTun_(NewCellTextBox(tunGrid_, FilterLevelKey)),
+      editor_(new CellEditor(tunGrid_, txtTun_)) {
     tunGrid_->setObjectName("TunGrid");
     txtTun_->setObjectName("TxtTun");
     connect(tunGrid_, &FlexGrid::CellKeyPressed, this, &frmAdv::TunGrid_KeyPress);
     connect(tunGrid_, &FlexGrid::CellMouseUp, this, &frmAdv::TunGrid_MouseUp);
-    connect(txtTun_, &CellEditor::KeyPressed, this, &frmAdv::TxtTun_KeyPress);
-    connect(txtTun_, &CellEditor::FocusLeft, this, &frmAdv::TxtTun_Validate);
+    connect(editor_, &CellEditor::KeyPressed, this, &frmAdv::TxtTun_KeyPress);
+    connect(editor_, &CellEditor::FocusLeft, this, &frmAdv::TxtTun_Validate);
     const auto *ok = AddButton("cmdOK", PickText(state.language, OkCaption), OkPlace);
     const auto *cancel = AddButton("Command2", PickText(state.language, CancelCaption), CancelPlace);
     connect(ok, &QPushButton::clicked, this, &frmAdv::cmdOK_Click);
@@ -129,7 +132,7 @@ void frmAdv::TunGrid_KeyPress(const QString &text) {
         BeginTunEdit();
     } else if (text.size() == 1 && FilterLevelKey("", false, text.front().toLatin1())) {
         BeginTunEdit();
-        if (txtTun_->IsOpen())
+        if (editor_->IsOpen())
             txtTun_->setText(text);
     }
 }
@@ -153,19 +156,18 @@ void frmAdv::PlaceEditor(const QRect &cell) {
     const int top = TwipsToPixels(EditorTop, this);
     const int inset = TwipsToPixels(EditorInset, this);
     txtTun_->setTextMargins(inset, std::max(0, inset - 2 * top), 0, 0);
-    txtTun_->Open({cell.left(), cell.top() + top, cell.width() - inset, cell.height() - inset});
+    txtTun_->setText(tunGrid_->CellText(tunGrid_->Row(), tunGrid_->Col()));
+    editor_->Open({cell.left(), cell.top() + top, cell.width() - inset, cell.height() - inset});
+    txtTun_->selectAll();
 }
 
-void frmAdv::TxtTun_KeyPress(int key, bool &swallow) {
-    const bool isEnter = key == Qt::Key_Return || key == Qt::Key_Enter;
-    swallow = isEnter || key == Qt::Key_Escape;
-    if (isEnter) {
-        TxtTun_Validate();
-        tunGrid_->setFocus();
-        MoveOn();
-    } else if (swallow) {
-        txtTun_->Abandon();
-    }
+void frmAdv::TxtTun_KeyPress(const QKeyEvent &key, bool &swallow) {
+    if (!IsEnter(key))
+        return;
+    swallow = true;
+    TxtTun_Validate();
+    tunGrid_->setFocus();
+    MoveOn();
 }
 
 void frmAdv::MoveOn() {
@@ -174,14 +176,15 @@ void frmAdv::MoveOn() {
 }
 
 void frmAdv::TxtTun_Validate() {
-    const std::string level = NormalizeTuneLevel(FromQt(txtTun_->EndEdit()));
+    editor_->Close();
+    const std::string level = NormalizeTuneLevel(FromQt(txtTun_->text()));
     const auto ground = level == "0" ? std::optional(QColor(ZeroColour)) : std::nullopt;
-    tunGrid_->SetCellBackColor(txtTun_->Row(), txtTun_->Col(), ground);
-    tunGrid_->SetCellText(txtTun_->Row(), txtTun_->Col(), ToQt(level));
+    tunGrid_->SetCellBackColor(editor_->Row(), editor_->Col(), ground);
+    tunGrid_->SetCellText(editor_->Row(), editor_->Col(), ToQt(level));
 }
 
 void frmAdv::CommitOpenEditors() {
-    if (txtTun_->IsOpen())
+    if (editor_->IsOpen())
         TxtTun_Validate();
 }
 
@@ -190,7 +193,7 @@ void frmAdv::mousePressEvent(QMouseEvent *) {
 }
 
 void frmAdv::Form_Click() {
-    if (!txtTun_->IsOpen())
+    if (!editor_->IsOpen())
         return;
     CommitOpenEditors();
     tunGrid_->setFocus();

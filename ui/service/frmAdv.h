@@ -4,6 +4,9 @@
 #include "core/Tuning.h"
 #include "ui/service/ServiceDialog.h"
 
+class QKeyEvent;
+class QLineEdit;
+
 namespace k470 {
 
 class CellEditor;
@@ -27,8 +30,8 @@ private:
     void Command2_Click();
     void TunGrid_KeyPress(const QString &text);
     void TunGrid_MouseUp(Qt::MouseButton button);
-    /// Enter and Escape end the edit; the editor itself filters what other keys enter.
-    void TxtTun_KeyPress(int key, bool &swallow);
+    /// Enter ends the edit; the text box itself filters what other keys enter.
+    void TxtTun_KeyPress(const QKeyEvent &key, bool &swallow);
     void TxtTun_Validate();
 
     void RefreshTun();
@@ -46,7 +49,8 @@ private:
     TuneData tuneData_{};
     TuneLayout layout_;
     FlexGrid *tunGrid_;
-    CellEditor *txtTun_;
+    QLineEdit *txtTun_;
+    CellEditor *editor_; ///< of txtTun_
 };
 
 } // namespace k470

@@ -4,13 +4,14 @@
 #include "core/NumberText.h"
 #include "ui/shared/CellEditor.h"
 #include "ui/shared/FlexGrid.h"
+#include "ui/shared/Keys.h"
 #include "ui/shared/Texts.h"
 #include "ui/shared/Twips.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>
-#include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPalette>
 #include <QPushButton>
 #include <QScrollBar>
@@ -59,8 +60,9 @@ QString HexNumber(int number) {
 
 frmMemoryMap::frmMemoryMap(AppState &state, QWidget *owner)
     : ServiceDialog("frmMemoryMap", ClientWidth, ClientHeight, EscapeKey::Cancels, owner), state_(state),
-      msgMemory_(new FlexGrid(1, 1, this)), txtMemory_(new CellEditor(msgMemory_, FilterHexKey)),
-      lblAddr_(new QLabel(this)), lblValue_(new QLabel(this)) {
+      msgMemory_(new FlexGrid(1, 1, this)), txtMemory_(NewCellTextBox(msgMemory_, FilterHexKey)),
+      editor_(new CellEditor(msgMemory_, txtMemory_)), lblAddr_(new QLabel(this)),
+      lblValue_(new QLabel(this)) {
     MakeGrid();
     MakeLabels();
     const auto *ok = AddButton("cmdOK", "&OK", OkPlace);
@@ -152,9 +154,9 @@ void frmMemoryMap::ConnectEvents() {
     connect(msgMemory_, &FlexGrid::CellKeyPressed, this, &frmMemoryMap::msgMemory_KeyDown);
     connect(msgMemory_, &FlexGrid::CellMouseUp, this, &frmMemoryMap::msgMemory_MouseUp);
     connect(msgMemory_, &FlexGrid::Scrolled, this, &frmMemoryMap::msgMemory_Scroll);
-    connect(txtMemory_, &CellEditor::KeyPressed, this, &frmMemoryMap::txtMemory_KeyPress);
-    connect(txtMemory_, &CellEditor::FocusLeft, this, &frmMemoryMap::txtMemory_Validate);
-    connect(txtMemory_, &CellEditor::FocusLeft, this, &frmMemoryMap::txtMemory_LostFocus);
+    connect(editor_, &CellEditor::KeyPressed, this, &frmMemoryMap::txtMemory_KeyPress);
+    connect(editor_, &CellEditor::FocusLeft, this, &frmMemoryMap::txtMemory_Validate);
+    connect(editor_, &CellEditor::FocusLeft, this, &frmMemoryMap::txtMemory_LostFocus);
     msgMemory_->installEventFilter(this);
 }
 
@@ -174,7 +176,7 @@ void frmMemoryMap::msgMemory_KeyDown(const QString &text) {
         if (!digit)
             return;
         BeginMemEdit(msgMemory_->Row(), msgMemory_->Col());
-        if (txtMemory_->IsOpen())
+        if (editor_->IsOpen())
             txtMemory_->setText(QChar::fromLatin1(*digit));
     }
 }
@@ -186,7 +188,7 @@ void frmMemoryMap::msgMemory_MouseUp(Qt::MouseButton button) {
 
 /// The editor must not stay open over a cell that has scrolled away.
 void frmMemoryMap::msgMemory_Scroll() {
-    txtMemory_->Abandon();
+    editor_->Abandon();
 }
 
 /// The grid hands texts on, which do not tell the keypad's separator from a comma.
@@ -205,19 +207,18 @@ void frmMemoryMap::BeginMemEdit(int row, int col) {
     if (!msgMemory_->SetCurrent(row, col))
         return;
     txtMemory_->setAccessibleName(lblAddr_->text());
-    txtMemory_->Open(msgMemory_->CellRect(row, col));
+    txtMemory_->setText(msgMemory_->CellText(row, col));
+    editor_->Open(msgMemory_->CellRect(row, col));
+    txtMemory_->selectAll();
 }
 
-void frmMemoryMap::txtMemory_KeyPress(int key, bool &swallow) {
-    const bool isEnter = key == Qt::Key_Return || key == Qt::Key_Enter;
-    swallow = isEnter || key == Qt::Key_Escape;
-    if (isEnter) {
-        EndMemEdit();
-        msgMemory_->setFocus();
-        MoveOn();
-    } else if (swallow) {
-        txtMemory_->Abandon();
-    }
+void frmMemoryMap::txtMemory_KeyPress(const QKeyEvent &key, bool &swallow) {
+    if (!IsEnter(key))
+        return;
+    swallow = true;
+    EndMemEdit();
+    msgMemory_->setFocus();
+    MoveOn();
 }
 
 void frmMemoryMap::MoveOn() {
@@ -231,21 +232,21 @@ void frmMemoryMap::MoveOn() {
 
 void frmMemoryMap::txtMemory_Validate() {
     const std::string text = CompleteHexCell(FromQt(txtMemory_->text()));
-    msgMemory_->SetCellText(txtMemory_->Row(), txtMemory_->Col(), ToQt(text));
+    msgMemory_->SetCellText(editor_->Row(), editor_->Col(), ToQt(text));
     msgMemory_EnterCell();
 }
 
 void frmMemoryMap::txtMemory_LostFocus() {
-    txtMemory_->EndEdit();
+    editor_->Close();
 }
 
 void frmMemoryMap::EndMemEdit() {
     txtMemory_Validate();
-    txtMemory_->EndEdit();
+    editor_->Close();
 }
 
 void frmMemoryMap::cmdOK_Click() {
-    if (txtMemory_->IsOpen())
+    if (editor_->IsOpen())
         EndMemEdit();
     for (int row = 1; row < Rows; ++row) {
         const auto line = Line(state_.image, row - 1);

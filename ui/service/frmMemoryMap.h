@@ -3,7 +3,9 @@
 #include "core/AppState.h"
 #include "ui/service/ServiceDialog.h"
 
+class QKeyEvent;
 class QLabel;
+class QLineEdit;
 
 namespace k470 {
 
@@ -29,8 +31,8 @@ private:
     void msgMemory_KeyDown(const QString &text);
     void msgMemory_MouseUp(Qt::MouseButton button);
     void msgMemory_Scroll();
-    /// Enter and Escape end the edit; the editor itself filters what other keys enter.
-    void txtMemory_KeyPress(int key, bool &swallow);
+    /// Enter ends the edit; the text box itself filters what other keys enter.
+    void txtMemory_KeyPress(const QKeyEvent &key, bool &swallow);
     void txtMemory_Validate();
     void txtMemory_LostFocus();
 
@@ -45,7 +47,8 @@ private:
 
     AppState &state_;
     FlexGrid *msgMemory_;
-    CellEditor *txtMemory_;
+    QLineEdit *txtMemory_;
+    CellEditor *editor_; ///< of txtMemory_
     QLabel *lblAddr_;
     QLabel *lblValue_;
 };

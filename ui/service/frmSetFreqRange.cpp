@@ -4,12 +4,12 @@
 #include "core/Channels.h"
 #include "core/NumberText.h"
 #include "ui/service/LimitBox.h"
+#include "ui/shared/Keys.h"
 #include "ui/shared/Messages.h"
 #include "ui/shared/Texts.h"
 #include "ui/shared/Twips.h"
 
 #include <QFrame>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 
@@ -94,13 +94,11 @@ void frmSetFreqRange::TxtFreq_GotFocus(std::size_t index) {
 
 /// Digits, Backspace, the keys that move the caret and chords pass.
 void frmSetFreqRange::TxtFreq_KeyPress(std::size_t index, const QKeyEvent *key, bool &swallow) {
-    constexpr Qt::KeyboardModifiers Chord = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
     const QChar c = key->text().isEmpty() ? QChar() : key->text().front();
     const bool isDigit = c >= '0' && c <= '9';
-    const bool isEnter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
-    const bool isText = c.isPrint() && !(key->modifiers() & Chord);
-    swallow = isEnter || key->key() == Qt::Key_Escape || (isText && !isDigit);
-    if (isEnter)
+    const bool isText = IsPrintable(*key) && !IsChord(*key);
+    swallow = IsEnter(*key) || key->key() == Qt::Key_Escape || (isText && !isDigit);
+    if (IsEnter(*key))
         txtFreq_[index]->LeaveForNext();
 }
 

@@ -3,21 +3,23 @@
 #include "ui/shared/FlexGrid.h"
 #include "ui/shared/Texts.h"
 
+#include <QApplication>
 #include <QFocusEvent>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QValidator>
 
 namespace k470 {
 
 namespace {
 
-constexpr int CellFrame = 1; // pixels round the current cell, which stay visible
+constexpr int CellFrame = 1; // pixels round the current cell
 
 /// Applies a key filter to a whole text, so that what comes from the clipboard or an input method meets it
 /// too.
 class FilterValidator : public QValidator {
 public:
-    FilterValidator(CellEditor::KeyFilter filter, QObject *parent) : QValidator(parent), filter_(filter) {}
+    FilterValidator(KeyFilter filter, QObject *parent) : QValidator(parent), filter_(filter) {}
 
     State validate(QString &input, int &) const override {
         std::string accepted;
@@ -32,8 +34,17 @@ public:
     }
 
 private:
-    CellEditor::KeyFilter filter_;
+    KeyFilter filter_;
 };
+
+/// Whether the focus is in the control or in a list that it has opened. The first opening of a list moves the
+/// focus into it for no reason that tells a list from another control.
+bool HoldsFocus(const QWidget *control) {
+    const QObject *holder = QApplication::focusWidget();
+    while (holder != nullptr && holder != control)
+        holder = holder->parent();
+    return holder != nullptr;
+}
 
 } // namespace
 
@@ -42,68 +53,69 @@ bool LeavesForGood(const QFocusEvent &event) {
            event.reason() != Qt::MenuBarFocusReason;
 }
 
-CellEditor::CellEditor(FlexGrid *grid, KeyFilter filter) : QLineEdit(grid->parentWidget()), grid_(grid) {
-    setValidator(new FilterValidator(filter, this));
-    setAttribute(Qt::WA_InputMethodEnabled, false); // letters are digits here, not the start of a word
-    setFrame(false);
-    setAlignment(Qt::AlignCenter);
-    setContextMenuPolicy(Qt::NoContextMenu);
-    hide();
+QLineEdit *NewCellTextBox(FlexGrid *grid, KeyFilter filter) {
+    auto *box = new QLineEdit(grid->parentWidget());
+    box->setValidator(new FilterValidator(filter, box));
+    box->setAttribute(Qt::WA_InputMethodEnabled, false); // characters are entered as they are typed
+    box->setFrame(false);
+    box->setAlignment(Qt::AlignCenter);
+    box->setContextMenuPolicy(Qt::NoContextMenu);
+    return box;
+}
+
+CellEditor::CellEditor(FlexGrid *grid, QWidget *control) : QObject(control), grid_(grid), control_(control) {
+    control_->hide();
+    control_->installEventFilter(this);
 }
 
 void CellEditor::Open(const QRect &place) {
     row_ = grid_->Row();
     col_ = grid_->Col();
-    savedCellText_ = grid_->CellText(row_, col_);
     isOpen_ = true;
-    setFont(grid_->font());
-    setGeometry(place);
-    const QRect inFrame = grid_->CellRect(row_, col_).adjusted(CellFrame, CellFrame, -CellFrame, -CellFrame);
-    setMask(inFrame.intersected(place).translated(-place.topLeft()));
-    setText(savedCellText_);
-    show();
-    raise();
-    selectAll();
-    setFocus();
+    control_->setFont(grid_->font());
+    Place(place);
+    control_->show();
+    control_->raise();
+    control_->setFocus();
 }
 
-bool CellEditor::IsOpen() const {
-    return isOpen_;
+void CellEditor::Place(const QRect &place) {
+    control_->setGeometry(place);
+    const QRect cell = grid_->CellRect(row_, col_);
+    if (cell.contains(place)) {
+        const QRect inFrame = cell.adjusted(CellFrame, CellFrame, -CellFrame, -CellFrame);
+        control_->setMask(inFrame.intersected(place).translated(-place.topLeft()));
+    }
 }
 
-int CellEditor::Row() const {
-    return row_;
-}
-
-int CellEditor::Col() const {
-    return col_;
-}
-
-QString CellEditor::EndEdit() {
+void CellEditor::Close() {
     isOpen_ = false; // the focus that hiding takes away must not be reported
-    hide();
-    return text();
+    control_->hide();
 }
 
 void CellEditor::Abandon() {
     if (!isOpen_)
         return;
-    EndEdit();
-    grid_->SetCellText(row_, col_, savedCellText_);
+    Close();
     grid_->setFocus();
 }
 
-void CellEditor::keyPressEvent(QKeyEvent *event) {
+bool CellEditor::eventFilter(QObject *watched, QEvent *event) {
+    if (watched != control_ || !isOpen_)
+        return false;
     bool swallow = false;
-    emit KeyPressed(event->key(), swallow);
-    if (!swallow)
-        QLineEdit::keyPressEvent(event);
-}
-
-void CellEditor::focusOutEvent(QFocusEvent *event) {
-    QLineEdit::focusOutEvent(event);
-    if (isOpen_ && LeavesForGood(*event))
+    if (event->type() == QEvent::KeyPress) {
+        const auto &key = *static_cast<QKeyEvent *>(event);
+        swallow = key.key() == Qt::Key_Escape;
+        if (swallow)
+            Abandon();
+        else
+            emit KeyPressed(key, swallow);
+    } else if (event->type() == QEvent::FocusOut && LeavesForGood(*static_cast<QFocusEvent *>(event)) &&
+               !HoldsFocus(control_)) {
         emit FocusLeft();
+    }
+    return swallow;
 }
 
 } // namespace k470

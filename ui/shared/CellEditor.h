@@ -1,11 +1,15 @@
 #pragma once
 
-#include <QLineEdit>
+#include <QObject>
 
 #include <optional>
 #include <string_view>
 
 class QFocusEvent;
+class QKeyEvent;
+class QLineEdit;
+class QRect;
+class QWidget;
 
 namespace k470 {
 
@@ -14,46 +18,51 @@ class FlexGrid;
 /// Whether the focus goes to another control of the window for good, not to another window, a menu or a list.
 bool LeavesForGood(const QFocusEvent &event);
 
-/// The text box that is laid over a cell of a grid. It is hidden, or open over exactly one cell. Keys and the
-/// loss of the focus are reported for the window to end the edit.
-class CellEditor : public QLineEdit {
+/// Decides about a character: the one to enter, or nothing when it is refused.
+using KeyFilter = std::optional<char> (*)(std::string_view text, bool anySelected, char key);
+
+/// A plain text box for a CellEditor, a sibling of the grid.
+/// @param filter applied to whatever is entered, typed or pasted
+QLineEdit *NewCellTextBox(FlexGrid *grid, KeyFilter filter);
+
+/// Lays a control over a cell of a grid. It is hidden, or open over exactly one cell. Escape ends the edit
+/// and leaves the cell with the text that it had; other keys and the loss of the focus are reported for the
+/// window to end it.
+class CellEditor : public QObject {
     Q_OBJECT
 
 public:
-    /// Decides about a character: the one to enter, or nothing when it is refused.
-    using KeyFilter = std::optional<char> (*)(std::string_view text, bool anySelected, char key);
+    /// @param control a sibling of the grid
+    CellEditor(FlexGrid *grid, QWidget *control);
 
-    /// @param grid the editor becomes its sibling
-    /// @param filter applied to whatever is entered, typed or pasted
-    CellEditor(FlexGrid *grid, KeyFilter filter);
-
-    /// Opens over the grid's current cell with the cell's text selected.
+    /// Shows the control over the grid's current cell and gives it the focus.
     /// @param place in the coordinates of the grid's parent
     void Open(const QRect &place);
-    bool IsOpen() const;
+    /// Moves the control, after the grid has changed its size. The frame of the cell stays visible round a
+    /// control that has its place inside the cell.
+    void Place(const QRect &place);
+    bool IsOpen() const { return isOpen_; }
     /// The cell that is covered, or was last.
-    int Row() const;
-    int Col() const;
+    int Row() const { return row_; }
+    int Col() const { return col_; }
 
-    /// Hides the editor. @return its text
-    QString EndEdit();
-    /// Hides the editor, leaves the cell with the text that it had and gives the focus to the grid. Nothing
-    /// is done unless the editor is open.
+    /// Hides the control; what it shows stays.
+    void Close();
+    /// Closes and gives the focus to the grid. Nothing is done unless the editor is open.
     void Abandon();
 
 signals:
-    /// A key, before the editor takes it. Who sets `swallow` keeps it from the editor.
-    void KeyPressed(int key, bool &swallow);
-    /// The open editor lost the focus to another control of the window.
+    /// A key other than Escape, before the control takes it. Who sets `swallow` keeps it from the control.
+    void KeyPressed(const QKeyEvent &key, bool &swallow);
+    /// The open control lost the focus to another control of the window.
     void FocusLeft();
 
 protected:
-    void keyPressEvent(QKeyEvent *event) override;
-    void focusOutEvent(QFocusEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     FlexGrid *grid_;
-    QString savedCellText_;
+    QWidget *control_;
     int row_ = 0;
     int col_ = 0;
     bool isOpen_ = false;

@@ -1,19 +1,13 @@
 #include "ui/shared/FlexGrid.h"
+#include "ui/shared/Keys.h"
 
 #include <QApplication>
 #include <QHash>
-#include <QKeyEvent>
 #include <QMouseEvent>
 
 #include <algorithm>
 
 namespace k470 {
-
-namespace {
-
-constexpr Qt::KeyboardModifiers Chord = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
-
-} // namespace
 
 // --- the current cell ---
 
@@ -131,12 +125,11 @@ void FlexGrid::keyPressEvent(QKeyEvent *event) {
     };
     const Qt::KeyboardModifiers modifiers = event->modifiers();
     const auto move = Moves.constFind(event->key());
-    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    const bool isText = !event->text().isEmpty() && event->text().front().isPrint();
+    const bool isEnter = IsEnter(*event);
     if (move != Moves.cend() && !(modifiers & (Qt::AltModifier | Qt::MetaModifier))) {
         const QModelIndex target = moveCursor(*move, modifiers);
         MakeCurrent(target.isValid() ? target : currentIndex()); // at the edge: back into view
-    } else if ((isEnter || isText) && !(modifiers & Chord)) {
+    } else if ((isEnter || IsPrintable(*event)) && !IsChord(*event)) {
         emit CellKeyPressed(isEnter ? QStringLiteral("\r") : event->text());
     } else if (event->matches(QKeySequence::Copy)) {
         QTableWidget::keyPressEvent(event);
