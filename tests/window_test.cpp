@@ -244,8 +244,9 @@ TEST_F(MainWindow, AnOpenEditIsTakenOverWhenTheGridScrollsTheFocusLeavesOrACommi
                                              [this] { Combo("Combo1(0)")->setFocus(); },
                                              [this] { window->StoreChannels(); }};
     for (const auto &end : endings) {
-        EnterFrequency(1, 1, "");
+        window->setChannelRx(1, "");
         grid->SetCurrent(1, 1);
+        window->OpenCellEditor();
         Type("460");
         end();
         EXPECT_FALSE(Text()->isVisible());

@@ -21,6 +21,9 @@ class ChannelEditors : public QObject {
     Q_OBJECT
 
 public:
+    /// How a frequency outside the band is reported: at once, or after the event that ended the edit.
+    enum class Warning { AtOnce, Later };
+
     /// @param grid the channel grid; the editors become its siblings
     ChannelEditors(AppState &state, ChannelGrid *grid);
 
@@ -35,13 +38,14 @@ public:
     /// Ends an open edit, taking its value over; the focus stays where it is.
     void EndOpenEdit();
 
+    /// Set a row's frequency from a typed text; warn when it is outside the band.
+    void setChannelRx(int row, const QString &typed, Warning warning = Warning::AtOnce);
+    void setChannelTx(int row, const QString &typed, Warning warning = Warning::AtOnce);
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    /// How a frequency outside the band is reported: at once, or after the event that ended the edit.
-    enum class Warning { AtOnce, Later };
-
     void ConnectGrid();
     void ChannelGrid_EnterCell(int row, int col);
     void ChannelGrid_Scroll();
@@ -56,9 +60,6 @@ private:
     QRect PlaceOf(const CellEditor *editor, int row, int col) const;
 
     void TxtChannel_Validate(Warning warning = Warning::AtOnce);
-    /// Set a row's frequency from a typed text; warn when it is outside the band.
-    void setChannelRx(int row, const QString &typed, Warning warning);
-    void setChannelTx(int row, const QString &typed, Warning warning);
     void CboChannel_Validate(int index);
     void TxtChannel_KeyPress(const QKeyEvent &key, bool &swallow);
     void CboChannel_KeyPress(int index, const QKeyEvent &key, bool &swallow);

@@ -187,6 +187,18 @@ void frmMain::StoreChannels() {
         StoreRow(state_.image, row - 1, grid_->TextsOf(row), state_.language);
 }
 
+void frmMain::OpenCellEditor() {
+    editors_->OpenCellEditor();
+}
+
+void frmMain::setChannelRx(std::uint8_t chNum, const QString &text) {
+    editors_->setChannelRx(chNum, text);
+}
+
+void frmMain::setChannelTx(std::uint8_t chNum, const QString &text) {
+    editors_->setChannelTx(chNum, text);
+}
+
 void frmMain::RefreshData() {
     RefreshBand();
     for (const SettingShape &shape : SettingShapes) {

@@ -45,6 +45,13 @@ public:
     void RefreshChData() override;
     void RefreshData() override;
     void StoreChannels();
+    /// Opens the editor of the channel grid's current cell.
+    void OpenCellEditor();
+    /// Sets a frequency of a grid row as typed; "" empties the row, or its transmit side. Warns of a
+    /// frequency outside the band.
+    /// @param chNum 1 and up
+    void setChannelRx(std::uint8_t chNum, const QString &text);
+    void setChannelTx(std::uint8_t chNum, const QString &text);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
