@@ -6,7 +6,6 @@
 #include "files/CodeplugFile.h"
 #include "files/modEnDecode_Eliminator.h"
 #include "link/CloneFrames.h"
-#include "link/TracedPort.h"
 #include "sim/SampleMemory.h"
 #include "sim/SimulatedRadio.h"
 #include "tests/Files.h"
@@ -63,24 +62,6 @@ TEST(WireProtocolPage, ItsSessionIsWhatProgramAndRadioSay) {
         }
     }
     EXPECT_EQ(session, BlockOf("wire-protocol.md", "session"));
-}
-
-TEST(WireProtocolPage, ItsTraceIsReadAndWhatARadioAnswers) {
-    SimulatedRadio radio(MakeSampleMemory(2));
-    std::istringstream trace(BlockOf("wire-protocol.md", "trace"));
-    std::string frames, log;
-    for (std::string line; std::getline(trace, line);) {
-        const auto frame = ParseLogLine(line);
-        ASSERT_EQ(frame.has_value(), !line.starts_with("#")) << line;
-        if (!frame)
-            continue;
-        frames += HexText(frame->bytes) + "\n";
-        if (frame->direction == FrameDirection::FromProgram)
-            radio.Feed(frame->bytes);
-    }
-    for (const LoggedFrame &frame : radio.Log())
-        log += HexText(frame.bytes) + "\n";
-    EXPECT_EQ(frames, log);
 }
 
 TEST(FileFormatPage, ShowsThePackingAndANewCodeplugAsTheyAre) {
