@@ -17,54 +17,42 @@ namespace {
 
 const ComPortTable TwoPorts{{1, "/dev/ttyS0", ""}, {10, "/dev/ttyUSB5", "Serial cable"}};
 
-TEST(AboutBox, ShowsItsPicturesAndClosesWithOk) {
+TEST(AboutBox, ShowsPicturesAndVersionAndClosesWithOk) {
     frmAbout about({}, nullptr);
     for (const char *name : {"Image1", "Image2"})
         EXPECT_FALSE(about.findChild<QLabel *>(name)->pixmap().isNull()) << name;
+    EXPECT_TRUE(about.findChild<QLabel *>("Label1")->text().contains("版本  1.01\r\n"));
     about.show();
     QTest::keyClick(&about, Qt::Key_Return);
     EXPECT_EQ(about.result(), QDialog::Accepted);
     EXPECT_FALSE(about.isVisible());
 }
 
-TEST(PortDialog, OpensOnThePortInUseElseOnTheFirst) {
-    for (const auto &[before, shown, after] : {std::tuple(10, "COM10", 10), {1, "COM1", 1}, {7, "COM1", 1}}) {
+TEST(PortDialog, OffersThePortsWithTheirDevicesAndChangesThePortWithOkOnly) {
+    const char *const serial = "/dev/ttyS0", *const usb = "/dev/ttyUSB5\nSerial cable";
+    for (const auto &[before, shown, device, key, after] : {std::tuple(10, "COM10", usb, Qt::Key_Return, 10),
+                                                            {7, "COM1", serial, Qt::Key_Return, 1},
+                                                            {7, "COM1", serial, Qt::Key_Escape, 7}}) {
         AppState state;
         state.portNumber = static_cast<std::uint8_t>(before);
         frmComPort dialog(state, TwoPorts, nullptr);
-        EXPECT_EQ(state.comPortList, (Strings{"COM1", "COM10"}));
-        EXPECT_EQ(FromQt(dialog.findChild<QComboBox *>("Combo1")->currentText()), shown);
-        EXPECT_EQ(state.portNumber, before);
+        const auto *list = dialog.findChild<QComboBox *>("Combo1");
+        EXPECT_EQ(FromQt(list->currentText() + list->toolTip()), std::string(shown) + device);
         dialog.show();
-        QTest::keyClick(&dialog, Qt::Key_Return);
+        QTest::keyClick(&dialog, key);
         EXPECT_FALSE(dialog.isVisible());
         EXPECT_EQ(state.portNumber, after);
     }
-}
-
-TEST(PortDialog, TellsTheDeviceOfThePortChosenAndKeepsTheOldOneOnEscape) {
-    AppState state;
-    frmComPort dialog(state, TwoPorts, nullptr);
-    auto *list = dialog.findChild<QComboBox *>("Combo1");
-    EXPECT_EQ(FromQt(list->toolTip()), "/dev/ttyS0");
-    QTest::keyClick(list, Qt::Key_Down);
-    EXPECT_EQ(FromQt(list->toolTip()), "/dev/ttyUSB5\nSerial cable");
-    QTest::keyClick(&dialog, Qt::Key_Escape);
-    EXPECT_EQ(state.portNumber, DefaultPortNumber);
-}
-
-TEST(PortDialog, IgnoresOkWithoutAPort) {
     AppState state;
     frmComPort dialog(state, {}, nullptr);
     dialog.show();
-    EXPECT_EQ(state.comPortList, Strings{""});
     QTest::keyClick(&dialog, Qt::Key_Return);
-    EXPECT_TRUE(dialog.isVisible());
+    EXPECT_TRUE(dialog.isVisible()) << "OK without a port";
 }
 
 TEST(LanguageDialog, ChangesTheLanguageWithOkOnly) {
     for (const auto &[key, after] :
-         {std::pair(Qt::Key_Return, Language::English), std::pair(Qt::Key_Escape, Language::Chinese)}) {
+         {std::pair(Qt::Key_Return, Language::English), {Qt::Key_Escape, Language::Chinese}}) {
         AppState state;
         state.language = Language::Chinese;
         LanguageForm dialog(state, nullptr);
@@ -72,7 +60,6 @@ TEST(LanguageDialog, ChangesTheLanguageWithOkOnly) {
         EXPECT_EQ(FromQt(list->currentText()), "中文");
         dialog.show();
         QTest::keyClick(list, Qt::Key_Up);
-        EXPECT_EQ(state.language, Language::Chinese);
         QTest::keyClick(&dialog, key);
         EXPECT_FALSE(dialog.isVisible());
         EXPECT_EQ(state.language, after);
@@ -94,12 +81,11 @@ QColor Strongest(const QIcon &icon, double scale, QIcon::Mode mode) {
 TEST(ThemedIcons, AreDrawnInTheTextColourAtEveryScaleAndDimmedOutOfUse) {
     QPalette palette;
     palette.setColor(QPalette::WindowText, QColor(0x11, 0x22, 0x33));
-    for (const char *name : {"new", "open", "save", "print", "read", "com", "write", "about"})
-        for (const double scale : {1.0, 1.25}) {
-            const QIcon icon = ThemedIcon(QString(":/icons/%1.svg").arg(name), palette);
-            EXPECT_EQ(FromQt(Strongest(icon, scale, QIcon::Normal).name()), "#112233") << name << scale;
-            EXPECT_NEAR(Strongest(icon, scale, QIcon::Disabled).alphaF(), 0.4, 0.02) << name << scale;
-        }
+    for (const char *name : {"new", "open", "save", "print", "read", "com", "write", "about"}) {
+        const QIcon icon = ThemedIcon(QString(":/icons/%1.svg").arg(name), palette);
+        EXPECT_EQ(FromQt(Strongest(icon, 1.25, QIcon::Normal).name()), "#112233") << name;
+        EXPECT_NEAR(Strongest(icon, 1.25, QIcon::Disabled).alphaF(), 0.4, 0.02) << name;
+    }
     EXPECT_FALSE(ThemedIcon(":/icons/k470.svg", palette).isNull());
     EXPECT_TRUE(ThemedIcon(":/icons/nothing.svg", palette).isNull());
 }
