@@ -1,29 +1,14 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/ChannelColumns.h"
 #include "core/MemoryImage.h"
 
 #include <array>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace k470 {
-
-/// Columns of the channel grid.
-enum Column : int {
-    ColNumber,
-    ColRxFreq,
-    ColTxFreq,
-    ColRxTone,
-    ColTxTone,
-    ColPower,
-    ColWidth,
-    ColLockout,
-    ColScanAdd,
-    ColOption,
-    ColScrambler,
-    GridCols
-};
 
 /// The texts of one grid row, column by column. Column 0 is not used here. A row whose receive frequency is
 /// "" is an empty channel.
@@ -34,8 +19,7 @@ using RowTexts = std::array<std::string, GridCols>;
 RowTexts RowFromRecord(const MemoryImage &image, int ch, Language language);
 
 /// Writes a row into the channel's record and its bits of both bitmaps. Texts are compared with those of the
-/// language; a text that is none of its column's leaves the bits (power, width, scan) or clears them
-/// (lockout, option). Bits and bytes that belong to no column stay.
+/// language. Bits and bytes that belong to no column stay.
 void StoreRow(MemoryImage &image, int ch, const RowTexts &row, Language language);
 
 /// Sets a receive frequency as typed: "" empties the row; a row without a transmit tone becomes a new channel
@@ -47,24 +31,8 @@ bool SetRowRx(RowTexts &row, std::string_view typed, const AppState &state);
 /// @return as SetRowRx
 bool SetRowTx(RowTexts &row, std::string_view typed, const AppState &state);
 
-/// The choices of a settings column (ColPower to ColScrambler) in list order; none for another column.
-std::vector<std::string> ColumnChoices(int column, Language language);
-
 /// The column that is entered instead of the one asked for: an empty channel starts with its receive
 /// frequency, and a receive-only one has no transmit tone before it has a transmit frequency.
 int EnteredColumn(const RowTexts &row, int column);
-
-/// Header, width and kind of editor of a grid column.
-struct GridColumn {
-    enum class Editor { None, Frequency, Tone, Choice };
-    int header = 0;             ///< id of the header text, 0 when only the prefix counts
-    TextPair prefix = {"", ""}; ///< fixed text before it
-    int width = 0;              ///< twips; 0 hides the column
-    Editor editor = Editor::None;
-};
-extern const std::array<GridColumn, GridCols> ChannelColumns;
-
-/// The header of a column in the language.
-std::string ColumnHeader(int column, Language language);
 
 } // namespace k470

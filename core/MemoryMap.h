@@ -26,6 +26,7 @@ inline constexpr std::size_t Flags = 12;
 inline constexpr std::size_t ScramblerNo = 13;
 inline constexpr std::size_t Reserved = 14;
 inline constexpr std::size_t FreqSize = 4;
+inline constexpr std::size_t ToneSize = 2;
 /// Bits of the flags that hold a number.
 inline constexpr unsigned LockoutMask = 0x03;
 inline constexpr unsigned OptionMask = 0x0C;

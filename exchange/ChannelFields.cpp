@@ -1,12 +1,12 @@
 #include "exchange/ChannelFields.h"
 
+#include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "core/NumberText.h"
 #include "core/Tones.h"
 #include "exchange/FieldTexts.h"
 
 #include <algorithm>
-#include <array>
 
 namespace k470 {
 
@@ -27,34 +27,12 @@ constexpr TextPair ChoiceNeeded{"one of these is needed: {}", "应为下列之�
 constexpr TextPair RawNeeded{"0x, 32 hexadecimal digits, a colon and two binary digits are needed",
                              "应为 0x、32 位十六进制数字、冒号及两位二进制数字"};
 
-/// Where a column of the channel lives: bits of a record's bytes, and a bitmap (0 for none).
-struct FieldBytes {
-    std::size_t column;
-    std::size_t first;
-    std::size_t size;
-    std::uint8_t mask;
-    std::size_t bitmap;
-};
-
-constexpr std::array<FieldBytes, 10> ChannelBytes{{
-    {ColRxFreq, Record::RxFreq, Record::FreqSize, 0xFF, Address::EmptyMap},
-    {ColTxFreq, Record::TxFreq, Record::FreqSize, 0xFF, 0},
-    {ColRxTone, Record::RxTone, 2, 0xFF, 0},
-    {ColTxTone, Record::TxTone, 2, 0xFF, 0},
-    {ColPower, Record::Flags, 1, 0x20, 0},
-    {ColWidth, Record::Flags, 1, 0x10, 0},
-    {ColLockout, Record::Flags, 1, Record::LockoutMask, 0},
-    {ColScanAdd, Record::Flags, 1, 0x40, Address::ScanSkipMap},
-    {ColOption, Record::Flags, 1, Record::OptionMask, 0},
-    {ColScrambler, Record::ScramblerNo, 1, 0x0F, 0},
-}};
-
 bool IsFreqColumn(std::size_t column) {
-    return column == ColRxFreq || column == ColTxFreq;
+    return ColumnAt(column).editor == GridColumn::Editor::Frequency;
 }
 
 bool IsToneColumn(std::size_t column) {
-    return column == ColRxTone || column == ColTxTone;
+    return ColumnAt(column).editor == GridColumn::Editor::Tone;
 }
 
 std::vector<std::string> Choices(std::size_t column) {
@@ -246,18 +224,15 @@ std::string RawChannelText(const MemoryImage &image, int ch) {
 }
 
 void CopyChannelField(const MemoryImage &from, MemoryImage &to, int ch, std::size_t column) {
-    for (const FieldBytes &field : ChannelBytes) {
-        if (field.column != column)
-            continue;
-        for (std::size_t i = field.first; i < field.first + field.size; ++i) {
-            std::uint8_t &byte = Line(to, ch)[i];
-            byte = static_cast<std::uint8_t>((byte & ~field.mask) | (Line(from, ch)[i] & field.mask));
-        }
-        if (field.bitmap == Address::EmptyMap)
-            MarkEmpty(to, ch, IsMarkedEmpty(from, ch));
-        if (field.bitmap == Address::ScanSkipMap)
-            SetScanSkipped(to, ch, IsScanSkipped(from, ch));
+    const ColumnBytes &place = ColumnAt(column).bytes;
+    for (std::size_t i = place.first; i < place.first + place.size; ++i) {
+        std::uint8_t &byte = Line(to, ch)[i];
+        byte = static_cast<std::uint8_t>((byte & ~place.mask) | (Line(from, ch)[i] & place.mask));
     }
+    if (place.bitmap == Address::EmptyMap)
+        MarkEmpty(to, ch, IsMarkedEmpty(from, ch));
+    if (place.bitmap == Address::ScanSkipMap)
+        SetScanSkipped(to, ch, IsScanSkipped(from, ch));
 }
 
 } // namespace k470

@@ -34,20 +34,16 @@ constexpr TextPair Repeated{"there is a row for it already", "已有同名的一
 
 constexpr std::array<std::size_t, 2> LimitAddresses{Address::BandLow, Address::BandHigh};
 
+std::vector<FieldColumn> ChannelTableColumns() {
+    std::vector<FieldColumn> columns;
+    for (const GridColumn &column : ChannelColumns)
+        columns.push_back({column.fileName, column.csvName});
+    columns.push_back({"raw", "Raw"});
+    return columns;
+}
+
 const std::array<FieldTableShape, AllTables.size()> Shapes{{
-    {"channels",
-     {{"channel", "Channel"},
-      {"receiveFrequency", "Receive MHz"},
-      {"transmitFrequency", "Transmit MHz"},
-      {"receiveTone", "Receive Tone"},
-      {"transmitTone", "Transmit Tone"},
-      {"power", "Power"},
-      {"bandwidth", "Bandwidth"},
-      {"lockout", "Lockout"},
-      {"scan", "Scan"},
-      {"option", "Option"},
-      {"scrambler", "Scrambler"},
-      {"raw", "Raw"}}},
+    {"channels", ChannelTableColumns()},
     {"settings", {{"setting", "Setting"}, {"value", "Value"}}},
     {"band", {{"band", "Band"}, {"limit", "MHz"}}},
     {"tuning", {{"segment", "Segment"}, {"squelch", "Squelch"}, {"noise", "Noise"}}},

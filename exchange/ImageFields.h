@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/ChannelRows.h"
+#include "core/ChannelColumns.h"
 #include "core/MemoryImage.h"
 #include "core/Settings.h"
 #include "resources/StringTable.h"

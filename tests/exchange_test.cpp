@@ -1,3 +1,4 @@
+#include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "exchange/ChannelFields.h"
 #include "exchange/ImageCsv.h"
