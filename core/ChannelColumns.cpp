@@ -83,7 +83,7 @@ constinit const std::array<GridColumn, GridCols> ChannelColumns{{
      .editor = GridColumn::Editor::Choice,
      .fileName = "lockout",
      .csvName = "Lockout",
-     .words = {"busy channel lockout", "遇忙禁发"},
+     .words = {"busy channel lockout", "繁忙锁定"},
      .bytes = {Record::Flags, 1, 0x03},
      .values = LockoutValues,
      .otherBits = 0},

@@ -27,9 +27,6 @@ inline constexpr std::size_t ScramblerNo = 13;
 inline constexpr std::size_t Reserved = 14;
 inline constexpr std::size_t FreqSize = 4;
 inline constexpr std::size_t ToneSize = 2;
-/// Bits of the flags that hold a number.
-inline constexpr unsigned LockoutMask = 0x03;
-inline constexpr unsigned OptionMask = 0x0C;
 static_assert(Reserved + 2 == LineSize);
 } // namespace Record
 

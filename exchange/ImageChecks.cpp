@@ -1,8 +1,8 @@
 #include "exchange/ImageChecks.h"
 
 #include "core/Bands.h"
+#include "core/ChannelColumns.h"
 #include "core/ChannelCount.h"
-#include "core/ChannelRows.h"
 #include "core/Channels.h"
 #include "core/PackedDecimal.h"
 #include "core/Settings.h"
@@ -21,20 +21,7 @@ namespace {
 
 using Kind = ImageWarning::Kind;
 
-struct FieldShape {
-    std::string_view field;
-    TextPair name;
-};
-
-constexpr std::array<FieldShape, 7> FieldShapes{{
-    {"receiveFrequency", {"receive frequency", "接收频率"}},
-    {"transmitFrequency", {"transmit frequency", "发射频率"}},
-    {"receiveTone", {"receive tone", "接收亚音"}},
-    {"transmitTone", {"transmit tone", "发射亚音"}},
-    {"lockout", {"busy channel lockout", "繁忙锁定"}},
-    {"option", {"option", "可选"}},
-    {"band", {"band", "频段"}},
-}};
+constexpr std::string_view BandField = "band";
 
 /// The image under the check and what it has found.
 struct Findings {
@@ -42,8 +29,11 @@ struct Findings {
     Band band;
     std::vector<ImageWarning> warnings{};
 
-    void Warn(Kind kind, int channel, std::string_view field, std::string value) {
-        warnings.push_back({kind, channel, field, std::move(value)});
+    void Warn(Kind kind, int channel, Column column, std::string value) {
+        warnings.push_back({kind, channel, ColumnAt(column).fileName, std::move(value)});
+    }
+    void Warn(Kind kind, std::string_view field, std::string value) {
+        warnings.push_back({kind, ImageWarning::WholeRadio, field, std::move(value)});
     }
 };
 
@@ -52,7 +42,7 @@ void CheckBand(Findings &findings) {
     const auto [low, high] = findings.band;
     if (!std::all_of(bytes.begin(), bytes.end(), IsPackedDecimal) || low < LowestFrequency ||
         high > HighestFrequency || !IsSpanAllowed(findings.band))
-        findings.Warn(Kind::NoBand, ImageWarning::WholeRadio, "band",
+        findings.Warn(Kind::NoBand, BandField,
                       LimitText(findings.image, 0) + " - " + LimitText(findings.image, 1));
 }
 
@@ -66,8 +56,7 @@ bool IsSound(const SettingShape &shape, const MemoryImage &image) {
 
 void CheckSettings(Findings &findings) {
     const auto warn = [&findings](Kind kind, const SettingShape &shape) {
-        findings.Warn(kind, ImageWarning::WholeRadio, shape.fileName,
-                      SettingValue(findings.image, shape, Language::English));
+        findings.Warn(kind, shape.fileName, SettingValue(findings.image, shape, Language::English));
     };
     for (const SettingShape &shape : SettingShapes) {
         if (!IsSound(shape, findings.image))
@@ -78,44 +67,43 @@ void CheckSettings(Findings &findings) {
         warn(Kind::EmptyWorkingChannel, SettingAt(Address::WorkingChannel));
 }
 
+std::span<const std::uint8_t> BytesOf(const MemoryImage &image, int ch, Column column) {
+    const ColumnBytes &place = ColumnAt(column).bytes;
+    return Line(image, ch).subspan(place.first, place.size);
+}
+
 void CheckFrequency(Findings &findings, int ch, Field which) {
-    const std::string_view field = which == Field::Rx ? "receiveFrequency" : "transmitFrequency";
+    const Column column = which == Field::Rx ? ColRxFreq : ColTxFreq;
     const auto frequency = GetFrequency(findings.image, which, ch);
     if (!frequency) {
-        const auto bytes =
-            Line(findings.image, ch)
-                .subspan(which == Field::Rx ? Record::RxFreq : Record::TxFreq, Record::FreqSize);
+        const auto bytes = BytesOf(findings.image, ch, column);
         if (std::find(bytes.begin(), bytes.end(), NotProgrammed) == bytes.end())
-            findings.Warn(Kind::NoFrequency, ch, field, RawText(bytes));
+            findings.Warn(Kind::NoFrequency, ch, column, RawText(bytes));
         return;
     }
     if (frequency->Megahertz() < findings.band.low || frequency->Megahertz() > findings.band.high)
-        findings.Warn(Kind::OutsideBand, ch, field, frequency->Text());
+        findings.Warn(Kind::OutsideBand, ch, column, frequency->Text());
     if (!IsOnRaster(*frequency))
-        findings.Warn(Kind::OffRaster, ch, field, frequency->Text());
+        findings.Warn(Kind::OffRaster, ch, column, frequency->Text());
 }
 
 void CheckTone(Findings &findings, int ch, Field which) {
+    const Column column = which == Field::Rx ? ColRxTone : ColTxTone;
     const std::string text = GetToneString(findings.image, which, ch, Language::English);
-    if (text.empty() || NormalizeTone(text, Language::English) != text) {
-        const auto bytes =
-            Line(findings.image, ch).subspan(which == Field::Rx ? Record::RxTone : Record::TxTone, 2);
-        findings.Warn(Kind::UnknownTone, ch, which == Field::Rx ? "receiveTone" : "transmitTone",
-                      text.empty() ? RawText(bytes) : text);
-    }
+    if (text.empty() || NormalizeTone(text, Language::English) != text)
+        findings.Warn(Kind::UnknownTone, ch, column,
+                      text.empty() ? RawText(BytesOf(findings.image, ch, column)) : text);
 }
 
-/// Bits that stand for none of the choices show the first one, and storing what is shown changes them.
+/// The radio takes any scrambler number, so only the flags are looked into.
 void CheckChoices(Findings &findings, int ch) {
-    MemoryImage stored = findings.image;
-    const RowTexts shown = RowFromRecord(stored, ch, Language::English);
-    StoreRow(stored, ch, shown, Language::English);
-    const unsigned flags = Line(findings.image, ch)[Record::Flags];
-    const unsigned changed = flags ^ Line(stored, ch)[Record::Flags];
-    if ((changed & Record::LockoutMask) != 0)
-        findings.Warn(Kind::NoChoice, ch, "lockout", shown[ColLockout]);
-    if ((changed & Record::OptionMask) != 0)
-        findings.Warn(Kind::NoChoice, ch, "option", shown[ColOption]);
+    const std::uint8_t flags = Line(findings.image, ch)[Record::Flags];
+    for (int column = ColPower; column < GridCols; ++column) {
+        const GridColumn &shape = ColumnAt(static_cast<std::size_t>(column));
+        if (shape.bytes.first == Record::Flags && FindByBits(shape, flags) == nullptr)
+            findings.Warn(Kind::NoChoice, ch, static_cast<Column>(column),
+                          ValueText(shape.values.front(), Language::English));
+    }
 }
 
 void CheckChannel(Findings &findings, int ch) {
@@ -134,8 +122,7 @@ void CheckChannel(Findings &findings, int ch) {
 /// Neither the radio nor the grid has a place for it.
 void CheckUnusedChannel(Findings &findings, int ch) {
     if (!IsEmptyChannel(findings.image, ch))
-        findings.Warn(Kind::BeyondCount, ch, "receiveFrequency",
-                      GetFreqString(findings.image, Field::Rx, ch));
+        findings.Warn(Kind::BeyondCount, ch, ColRxFreq, GetFreqString(findings.image, Field::Rx, ch));
 }
 
 } // namespace
@@ -153,11 +140,13 @@ std::vector<ImageWarning> CheckImage(const MemoryImage &image) {
 }
 
 std::string_view FieldName(const ImageWarning &warning, Language language) {
-    for (const FieldShape &shape : FieldShapes) {
-        if (shape.field == warning.field)
-            return Pick(language, shape.name);
-    }
-    return Pick(language, SettingNamed(warning.field).words);
+    constexpr TextPair BandName{"band", "频段"};
+    if (warning.channel == ImageWarning::WholeRadio)
+        return Pick(language, warning.field == BandField ? BandName : SettingNamed(warning.field).words);
+    const auto column =
+        std::find_if(ChannelColumns.begin(), ChannelColumns.end(),
+                     [&](const GridColumn &shape) { return shape.fileName == warning.field; });
+    return column == ChannelColumns.end() ? warning.field : Pick(language, column->words);
 }
 
 std::string_view WarningText(Kind kind, Language language) {
