@@ -225,6 +225,9 @@ TEST(Faults, HangUpEndsTheSessionAndTheNextOneIsServed) {
     EXPECT_EQ(Ask(radio, Ack), Bytes{});
     EXPECT_EQ(radio.TakeComplaints(), Strings{"an acknowledge before the handshake: 06"});
     EXPECT_EQ(Ask(radio, Ready).size(), 18U);
+    SimulatedRadio gone = ReadyRadio("hang-up@110");
+    Ask(gone, End);
+    EXPECT_EQ(gone.EndedSessions(), 1) << "the end byte has ended it";
 }
 
 TEST(WireSchedule, GivesEveryByteItsWireTime) {
@@ -233,11 +236,13 @@ TEST(WireSchedule, GivesEveryByteItsWireTime) {
     wire.HostSent(3, at(100));
     wire.HostSent(1, at(101)); // the rest of a frame that is still arriving
     wire.Send({.bytes = {1, 2}});
+    wire.Send({.bytes = {3}});
     EXPECT_TRUE(wire.TakeDue(at(104.99)).bytes.empty());
     EXPECT_EQ(wire.TakeDue(at(105.01)).bytes, Bytes{1});
     const WireSchedule::Delivery second = wire.TakeDue(at(106.01));
     EXPECT_EQ(second.bytes, Bytes{2});
     EXPECT_EQ(second.finished, (std::vector<Bytes>{{1, 2}}));
+    EXPECT_EQ(wire.TakeDue(at(107.01)).bytes, Bytes{3});
     EXPECT_FALSE(wire.NextDue());
 }
 
@@ -293,7 +298,9 @@ TEST(Recorder, WritesALineAFrameAndTheMemoryAfterEachSession) {
     EXPECT_FALSE(std::filesystem::exists(folder.In("out")));
     send(End);
     EXPECT_EQ(LoadMemory(folder.In("out")).image, radio.Memory());
-    Ask(radio, Ready + HexBytes("57 00 00 01 FF"));
+    std::filesystem::remove(folder.In("out"));
+    send(Ready + HexBytes("57 00 00 01 FF"));
+    EXPECT_FALSE(std::filesystem::exists(folder.In("out"))) << "in the middle of a session";
     recorder.Finish();
     EXPECT_EQ(LoadMemory(folder.In("out")).image, radio.Memory()) << "the session is not over";
     EXPECT_EQ(said, "complaint: an end byte out of order: 45");
@@ -341,6 +348,9 @@ TEST(Pseudoterminal, CanBeOpenedAgainAfterAProgramClaimedIt) {
         const Port port(server.SlavePath());
         ASSERT_EQ(::ioctl(port.descriptor, TIOCEXCL), 0);
         EXPECT_TRUE(claimed());
+        EXPECT_EQ(port.Ask(Handshake, 1), Ack);
+        EXPECT_TRUE(Await([&] { return !claimed(); })) << "of a program that has sent something";
+        ASSERT_EQ(::ioctl(port.descriptor, TIOCEXCL), 0);
     }
     EXPECT_TRUE(Await([&] { return !claimed(); }));
 }
