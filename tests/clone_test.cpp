@@ -95,20 +95,10 @@ TEST(WorkedExample, OfARead) {
          {"00 00", "00 10", "06 30", "06 40", "06 50", "06 60", "06 70", "06 80", "06 90", "06 A0", "06 B0"})
         expected.insert(expected.end(), {HexBytes("52") + HexBytes(address) + HexBytes("10"), Ack});
     expected.push_back(End);
-    ExpectExample(StateFor(Read), MakeSampleMemory(2), expected,
-                  {{0, 108},
-                   {1, 108},
-                   {1, 11},
-                   {2, 11},
-                   {3, 11},
-                   {4, 11},
-                   {5, 11},
-                   {6, 11},
-                   {7, 11},
-                   {8, 11},
-                   {9, 11},
-                   {10, 11},
-                   {11, 11}});
+    Progress progress{{0, 108}, {1, 108}};
+    for (int value = 1; value <= 11; ++value)
+        progress.emplace_back(value, 11);
+    ExpectExample(StateFor(Read), MakeSampleMemory(2), expected, progress);
 }
 
 TEST(WorkedExample, OfAWrite) {
