@@ -2,8 +2,8 @@
 
 #include "core/ChannelRows.h"
 #include "sim/SampleMemory.h"
+#include "tests/Lines.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -12,7 +12,6 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -27,23 +26,11 @@ using Variables = QMap<QString, QString>;
 inline constexpr int PatienceMs = 30000;
 inline constexpr const char *OldContent = "what was there before";
 
-/// @return whether the condition came to hold
-inline bool WaitFor(const std::function<bool()> &condition) {
-    const QDeadlineTimer limit(PatienceMs);
-    while (!condition()) {
-        if (limit.hasExpired())
-            return false;
-        QThread::msleep(1);
-    }
-    return true;
-}
-
 inline QByteArray Content(const QString &path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return QByteArray::fromStdString(ContentOf<std::string>(path.toStdString()));
 }
 
-inline QByteArray Bytes(const MemoryImage &image) {
+inline QByteArray RawBytes(const MemoryImage &image) {
     return {reinterpret_cast<const char *>(image.data()), static_cast<qsizetype>(image.size())};
 }
 
@@ -132,7 +119,7 @@ public:
         if (!arguments.contains("--replay"))
             arguments += {"--log", folder_.filePath("log"), "--out", folder_.filePath("memory")};
         process_.start(K470_SIM_PATH, arguments);
-        EXPECT_TRUE(WaitFor([this] {
+        EXPECT_TRUE(Await([this] {
             process_.waitForReadyRead(10);
             return process_.canReadLine();
         })) << process_.readAllStandardError().toStdString();
@@ -170,7 +157,7 @@ protected:
         EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
         return In(name);
     }
-    QString Save(const QString &name, const MemoryImage &image) const { return Put(name, Bytes(image)); }
+    QString Save(const QString &name, const MemoryImage &image) const { return Put(name, RawBytes(image)); }
 
     QByteArray Unpacked(const QString &path) const {
         EXPECT_EQ(RunCli({"unpack", path, In("unpacked.bin")}).code, 0);

@@ -94,7 +94,7 @@ TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
     const QString order = Put("order.csv", "Band,MHz\nlow,480\nhigh,470\nmid,1\n");
     const QString nul = Put("nul.csv", QByteArray("Channel\n\0", 9));
     const QString large = Put("large.json", QByteArray(1 << 20, ' ') + "{}");
-    const QString longer = Put("longer.bin", Bytes(SampleImage(3)) + "x");
+    const QString longer = Put("longer.bin", RawBytes(SampleImage(3)) + "x");
     const QString raw = Save("raw.bin", SampleImage(3));
     const QString image = Save("image.json", SampleImage(3));
     const QString link = In("link.json");
@@ -148,7 +148,7 @@ TEST_F(CliTest, BadInputIsToldByTextAndCodeAndChangesNothing) {
         {"verify --port /dev/null " + raw + " --trace /dev/null", 3, "", "or the port"},
     });
     EXPECT_EQ(Content(old), OldContent);
-    EXPECT_EQ(Content(raw), Bytes(SampleImage(3)));
+    EXPECT_EQ(Content(raw), RawBytes(SampleImage(3)));
     EXPECT_EQ(QDir(In("")).entryList(QDir::AllEntries | QDir::Hidden), before + QStringList{"state"});
 }
 
@@ -167,7 +167,7 @@ TEST_F(CliTest, ProgressShowsOnATerminal) {
             shown.append(more, length);
         return shown.contains("Completion percentage: 100%") && shown.endsWith("\r\x1b[K"); // a cleared line
     };
-    EXPECT_TRUE(WaitFor(hasAll)) << shown.toStdString();
+    EXPECT_TRUE(Await(hasAll)) << shown.toStdString();
     EXPECT_TRUE(shown.contains("Completion percentage:  0%")) << shown.toStdString();
     ::close(terminal);
 }
