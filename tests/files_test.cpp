@@ -299,7 +299,10 @@ TEST_F(FileCommandsTest, AskCommitAndRefreshInTheirOrder) {
             TakeSnapshot(state_);
         view_.saveFirst = c.answer.value_or(FileCommandView::SaveAnswer::Cancel);
         view_.clearAll = c.answer == Yes;
-        view_.openFile = view_.saveFile = c.chosen.empty() ? std::nullopt : std::optional(In(c.chosen));
+        view_.saveFile.reset();
+        if (!c.chosen.empty())
+            view_.saveFile = In(c.chosen);
+        view_.openFile = view_.saveFile;
         fs::remove(In("fleet.tw"));
         (commands_.*c.run)();
         EXPECT_EQ(TakeLog(), c.log);
