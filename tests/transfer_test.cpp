@@ -48,6 +48,10 @@ protected:
         radio = std::make_unique<SimulatedRadio>(memory, FaultInjector(std::move(faults)));
         server = std::make_unique<PtyServer>(*radio, PtyServerOptions{.link = folder.In("radio")});
         ASSERT_EQ(server->Start(), std::nullopt);
+        // Who had a terminal of this name before us may be about to remove its lock file.
+        QtSerialPort probe([this] { return table; });
+        probe.SetCommPort(1);
+        ASSERT_TRUE(Await([&probe] { return !probe.Open(); }));
     }
 
     /// Shows the window until it closes. Each message is kept; questions are answered with Retry as often as
