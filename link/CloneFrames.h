@@ -32,6 +32,7 @@ inline constexpr int SendInterval = 1;        // ms
 inline constexpr int ReplyTimeout = 300;      // ms
 inline constexpr int AtOnce = 1;              // ms
 inline constexpr int PauseBeforeClosing = 5;  // ms
+inline constexpr int AnswerToEnd = 1;         // ms; an answer to the end byte takes longer
 inline constexpr std::uint8_t MaxRetries = 7; ///< automatic repetitions in a session
 inline constexpr std::uint8_t MaxStrays =
     20; ///< bytes besides the acknowledge that the handshake passes over

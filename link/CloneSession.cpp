@@ -59,6 +59,7 @@ void CloneSession::StartFromHandshake() {
     sentStep_ = Clone::NothingSent;
     waitAck_ = true;
     account_.Clear();
+    timed_ = true;
     disturbed_ = false; // what is left of an earlier attempt shows again, as a surplus byte
 }
 
@@ -111,8 +112,6 @@ void CloneSession::Received() {
     if (ignore_ || busy_ || sentStep_ != curStep_)
         return;
     timers_.EnableOvertime(false);
-    if (!port_.CanBeAnswered())
-        NoteSurplus();
     const std::vector<std::uint8_t> reply = port_.Input();
     if (waitAck_)
         TakeAcknowledge(reply);
@@ -131,6 +130,8 @@ void CloneSession::TakeAcknowledge(const std::vector<std::uint8_t> &reply) {
         BadReply();
         return;
     }
+    if (timed_ && curStep_ > Clone::StepHandshake && !port_.CanBeAnswered())
+        NoteSurplus();
     account_.Acknowledge();
     waitAck_ = false;
     if (Reading())
@@ -172,6 +173,7 @@ void CloneSession::TakeData(const std::vector<std::uint8_t> &reply) {
         if (Reading())
             chCount_ = ChannelCountOf(reply.back()).value_or(CountFallback::Shown);
         countKnown_ = !repeated_ && !disturbed_;
+        timed_ = port_.CanBeAnswered();
     } else if (Reading()) {
         if (reply.size() != Clone::LineReplyLength) {
             BadReply();
@@ -284,7 +286,11 @@ void CloneSession::RestorePort() {
 void CloneSession::Complete() {
     timers_.EnableSend(false);
     timers_.EnableOvertime(false);
-    timers_.Pause(Clone::PauseBeforeClosing);
+    // What comes before the end byte can have left and have been answered belongs to an earlier frame.
+    timers_.Pause(Clone::AnswerToEnd);
+    if (timed_ && port_.BytesWaiting() > 0 && !port_.CanBeAnswered())
+        NoteSurplus();
+    timers_.Pause(Clone::PauseBeforeClosing - Clone::AnswerToEnd);
     port_.Close();
     outcome_ = Outcome::Completed;
     {

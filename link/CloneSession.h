@@ -75,8 +75,8 @@ public:
     /// Lines that a completed read should have brought and did not, in ascending order.
     std::vector<int> MissingLines() const;
     /// Whether acknowledges may stand for other frames than those that they were taken for: since the last
-    /// handshake a frame behind it was repeated, a byte waited when no reply was due, or a reply came sooner
-    /// than the line carries frame and reply. Of a write nobody knows then what the radio has stored.
+    /// handshake a frame behind it was repeated, a byte waited when no reply was due, or an acknowledge came
+    /// sooner than the line carries it and its frame. Of a write nobody knows then what the radio has stored.
     bool Disturbed() const { return disturbed_; }
     /// Whether a write has sent a line, to whom ever: what the radio holds is a mixture until one completes.
     bool LineSent() const { return lineSent_; }
@@ -133,6 +133,7 @@ private:
     ReadAccount account_;
     bool disturbed_ = false;
     bool lineSent_ = false;
+    bool timed_ = true;       ///< the identification did not come sooner than the line's speed allows
     bool repeated_ = false;   ///< any frame, since the session began
     bool countKnown_ = false; ///< the identification came in step and before that
 };

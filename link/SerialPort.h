@@ -60,8 +60,8 @@ public:
     /// Sends a frame in one piece. On a closed port nothing happens.
     virtual void Output(std::span<const std::uint8_t> frame) = 0;
     /// @return whether everything output so far can have left by now, and the reply length of bytes have
-    /// come after it, at the speed of the line. A reply that was read sooner answers an earlier frame. Never
-    /// false by mistake: a line without a speed (a pseudo-terminal) and a closed port give true.
+    /// come after it, at the speed of the line. A reply that was read sooner answers an earlier frame, unless
+    /// the device behind the port has no line of that speed. A pseudo-terminal and a closed port give true.
     virtual bool CanBeAnswered() const = 0;
     /// @return how many bytes have arrived and were not read, whatever the read length is
     virtual std::size_t BytesWaiting() const = 0;

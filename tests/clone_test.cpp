@@ -300,14 +300,17 @@ TEST(Handshake, CountsTwentyStraysOverTheWholeSession) {
 }
 
 TEST(Handshake, IsNotDisturbedByNoiseBeforeIt) {
-    Session session(StateFor(Write), MakeSampleMemory(1), [](const Bytes &frame, Replies &replies) {
-        if (frame == Bytes{0x15})
-            replies = {{.bytes = frame}};
-    });
-    session.session.TransferDatas();
-    session.port.Output(Bytes{0x15});
-    ASSERT_TRUE(session.RunUntil([&] { return session.view.closed; }));
-    EXPECT_EQ(Told(session.view.calls), "done");
+    for (const int baud : {AtOnce, WireSpeed}) {
+        const auto echo = [](const Bytes &frame, Replies &replies) {
+            if (frame == Bytes{0x15})
+                replies = {{.bytes = frame}};
+        };
+        Session session(StateFor(Write), MakeSampleMemory(1), echo, baud);
+        session.session.TransferDatas();
+        session.port.Output(Bytes{0x15});
+        ASSERT_TRUE(session.RunUntil([&] { return session.view.closed; }));
+        EXPECT_EQ(Told(session.view.calls), "done");
+    }
 }
 
 TEST(PortSearch, FollowsSevenRepetitionsOfTheHandshakeOnceAndEndsInTheQuestion) {
