@@ -10,6 +10,7 @@ namespace k470 {
 namespace {
 
 constexpr int HighestShownScrambler = 7;
+
 std::string ShownText(const GridColumn &column, std::uint8_t byte, Language language) {
     const ColumnValue *value = FindByBits(column, byte);
     return ValueText(value != nullptr ? *value : column.values.front(), language);

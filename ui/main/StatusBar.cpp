@@ -6,6 +6,7 @@
 
 #include <QHelpEvent>
 #include <QLabel>
+#include <QTimer>
 #include <QToolTip>
 
 namespace k470 {
@@ -21,9 +22,10 @@ StatusBar::StatusBar(const AppState &state, QWidget *parent) : QStatusBar(parent
     }
     panels_[1]->installEventFilter(this);
     panels_[3]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    time_.setObjectName("Time");
-    connect(&time_, &QTimer::timeout, this, &StatusBar::Time_Timer);
-    time_.start(1);
+    auto *time = new QTimer(parent); // the window's own, so that it is found by name there
+    time->setObjectName("Time");
+    connect(time, &QTimer::timeout, this, &StatusBar::Time_Timer);
+    time->start(1);
     Time_Timer();
 }
 

@@ -3,7 +3,6 @@
 #include "core/AppState.h"
 
 #include <QStatusBar>
-#include <QTimer>
 
 #include <array>
 #include <ctime>
@@ -32,7 +31,6 @@ private:
 
     const AppState &state_;
     std::array<QLabel *, 4> panels_{};
-    QTimer time_{this};
     std::time_t shownTime_ = 0;
 };
 

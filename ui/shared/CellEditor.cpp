@@ -1,6 +1,7 @@
 #include "ui/shared/CellEditor.h"
 
 #include "ui/shared/FlexGrid.h"
+#include "ui/shared/Keys.h"
 #include "ui/shared/Texts.h"
 
 #include <QApplication>
@@ -106,7 +107,7 @@ bool CellEditor::eventFilter(QObject *watched, QEvent *event) {
     bool swallow = false;
     if (event->type() == QEvent::KeyPress) {
         const auto &key = *static_cast<QKeyEvent *>(event);
-        swallow = key.key() == Qt::Key_Escape;
+        swallow = key.key() == Qt::Key_Escape && !IsChord(key);
         if (swallow)
             Abandon();
         else
