@@ -12,6 +12,7 @@ namespace {
 
 std::string WarningsAsText(const std::vector<ImageWarning> &warnings, Language language) {
     std::vector<TextRow> rows;
+    rows.reserve(warnings.size());
     for (const ImageWarning &warning : warnings)
         rows.push_back({PlaceText(warning, language), std::string(FieldName(warning, language)),
                         warning.value, std::string(WarningText(warning.kind, language))});

@@ -161,6 +161,7 @@ int main(int argc, char **argv) {
     app.add_flag("--quiet", quiet, "No progress and no word of success; results, warnings and errors only");
     CommandArguments arguments;
     std::vector<CLI::App *> parsed;
+    parsed.reserve(Commands.size());
     for (const CommandShape &shape : Commands)
         parsed.push_back(AddCommand(app, shape, arguments));
     try {

@@ -30,7 +30,8 @@ struct Findings {
     std::vector<ImageWarning> warnings{};
 
     void Warn(Kind kind, int channel, Column column, std::string value) {
-        warnings.push_back({kind, channel, ColumnAt(column).fileName, std::move(value)});
+        warnings.push_back(
+            {kind, channel, ColumnAt(static_cast<std::size_t>(column)).fileName, std::move(value)});
     }
     void Warn(Kind kind, std::string_view field, std::string value) {
         warnings.push_back({kind, ImageWarning::WholeRadio, field, std::move(value)});
@@ -68,7 +69,7 @@ void CheckSettings(Findings &findings) {
 }
 
 std::span<const std::uint8_t> BytesOf(const MemoryImage &image, int ch, Column column) {
-    const ColumnBytes &place = ColumnAt(column).bytes;
+    const ColumnBytes &place = ColumnAt(static_cast<std::size_t>(column)).bytes;
     return Line(image, ch).subspan(place.first, place.size);
 }
 

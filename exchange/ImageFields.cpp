@@ -36,6 +36,7 @@ constexpr std::array<std::size_t, 2> LimitAddresses{Address::BandLow, Address::B
 
 std::vector<FieldColumn> ChannelTableColumns() {
     std::vector<FieldColumn> columns;
+    columns.reserve(ChannelColumns.size() + 1);
     for (const GridColumn &column : ChannelColumns)
         columns.push_back({column.fileName, column.csvName});
     columns.push_back({"raw", "Raw"});

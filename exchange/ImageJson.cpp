@@ -104,7 +104,9 @@ private:
         for (const auto &[name, value] : pairs.items()) {
             ++order_;
             if (value.is_primitive())
-                result_.rows.push_back({table, {name, CellText(value)}, {order_, tableName + "." + name}});
+                result_.rows.push_back({table,
+                                        {name, CellText(value)},
+                                        {order_, std::string(tableName).append(".").append(name)}});
             else
                 Refuse(tableName, name, value, ValueNeeded);
         }
