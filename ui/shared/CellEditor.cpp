@@ -72,6 +72,7 @@ CellEditor::CellEditor(FlexGrid *grid, QWidget *control) : QObject(control), gri
 void CellEditor::Open(const QRect &place) {
     row_ = grid_->Row();
     col_ = grid_->Col();
+    savedCellText_ = grid_->CellText(row_, col_);
     isOpen_ = true;
     control_->setFont(grid_->font());
     Place(place);
@@ -98,6 +99,7 @@ void CellEditor::Abandon() {
     if (!isOpen_)
         return;
     Close();
+    grid_->SetCellText(row_, col_, savedCellText_);
     grid_->setFocus();
 }
 

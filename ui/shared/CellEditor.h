@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QString>
 
 #include <optional>
 #include <string_view>
@@ -65,6 +66,7 @@ private:
     QWidget *control_;
     int row_ = 0;
     int col_ = 0;
+    QString savedCellText_; ///< the cell's text when the editor opened; Escape puts it back
     bool isOpen_ = false;
 };
 
