@@ -82,11 +82,14 @@ protected:
                 look(window);
         });
         watch.start(1);
-        QTimer::singleShot(30000, &window, [&] {
+        QTimer deadline; // a single shot of the class would live on until its time
+        deadline.setSingleShot(true);
+        QObject::connect(&deadline, &QTimer::timeout, [&] {
             ADD_FAILURE() << "the window did not close";
             std::ranges::for_each(window.findChildren<QMessageBox *>(), &QMessageBox::reject);
             window.close();
         });
+        deadline.start(30000);
         caption = FromQt(window.windowTitle());
         window.exec();
         EXPECT_FALSE(IsBusy(window));
