@@ -10,7 +10,7 @@ namespace k470 {
 /// returned then
 QColor ReadableShade(const QColor &colour, const QColor &ground, double ratio = 4.5);
 
-/// A ground with a part of a tint in it. @param part 0 for the ground alone, 1 for the tint alone
+/// A mixture of two colours. @param part share of the tint: 0 is the ground, 1 the tint
 QColor Mix(const QColor &ground, const QColor &tint, float part);
 
 } // namespace k470
